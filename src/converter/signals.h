@@ -1,0 +1,27 @@
+// The notices of SIGTERM and SIGINT. A signal ends nothing: it is remembered by the handler and
+// logged by the main flow at its next step, where logging is safe.
+#pragma once
+
+namespace ruvex {
+
+using signal_disposition = void (*)(int);
+
+// The dispositions that were in force before install_signal_handlers().
+extern signal_disposition old_handler_SIGTERM;
+extern signal_disposition old_handler_SIGINT;
+
+// Remembers that the signal arrived. It may run at any time.
+void signal_handler(int signal_number);
+
+// Installs signal_handler for SIGTERM, then for SIGINT, and saves what was there. Interrupted
+// system calls are resumed. SIGPIPE is ignored from here on, so that a reader that goes away is a
+// failed write like any other.
+void install_signal_handlers();
+
+// Logs, at NOTICE, a line for each kind of signal that has arrived since the last call.
+void log_signals();
+
+// Puts the saved dispositions back: SIGTERM's, SIGINT's, SIGPIPE's.
+void restore_signal_handlers();
+
+}  // namespace ruvex
