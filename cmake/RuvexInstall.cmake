@@ -1,0 +1,30 @@
+# cmake --install: program and library, headers, CMake package, pkg-config file, manual pages.
+
+include(CMakePackageConfigHelpers)
+
+get_property(modules GLOBAL PROPERTY RUVEX_MODULES)
+install(TARGETS ${modules} EXPORT ruvex ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(EXPORT ruvex NAMESPACE ruvex:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/ruvex
+        FILE ruvex-targets.cmake)
+file(WRITE ${PROJECT_BINARY_DIR}/ruvex-config.cmake
+     "include(\"\${CMAKE_CURRENT_LIST_DIR}/ruvex-targets.cmake\")\n")
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/ruvex-config-version.cmake
+                                 COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/ruvex-config.cmake
+              ${PROJECT_BINARY_DIR}/ruvex-config-version.cmake
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/ruvex)
+
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/src/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ruvex
+        FILES_MATCHING PATTERN "*.h")
+
+set(libraries "")
+foreach(module IN LISTS modules)
+  string(PREPEND libraries "-l${module} ")  # those that stand above come first
+endforeach()
+configure_file(${PROJECT_SOURCE_DIR}/cmake/ruvex.pc.in ${PROJECT_BINARY_DIR}/ruvex.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/ruvex.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+file(GLOB pages1 ${PROJECT_SOURCE_DIR}/docs/*.1)
+file(GLOB pages5 ${PROJECT_SOURCE_DIR}/docs/*.5)
+install(FILES ${pages1} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(FILES ${pages5} DESTINATION ${CMAKE_INSTALL_MANDIR}/man5)

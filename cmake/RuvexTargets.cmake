@@ -1,0 +1,62 @@
+# How every target of the project is compiled.
+
+add_library(ruvex_options INTERFACE)
+target_compile_options(ruvex_options INTERFACE
+  -Wall -Wextra -Wconversion -Wshadow -Wpedantic -Werror
+  -ffile-prefix-map=${PROJECT_SOURCE_DIR}/= -ffile-prefix-map=${PROJECT_BINARY_DIR}/=build/)
+target_compile_definitions(ruvex_options INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
+if(RUVEX_SANITIZE)
+  target_compile_options(ruvex_options INTERFACE
+    -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(ruvex_options INTERFACE -fsanitize=address,undefined)
+else()
+  target_compile_options(ruvex_options INTERFACE
+    $<$<CONFIG:Release>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -fstack-protector-strong>)
+  target_link_options(ruvex_options INTERFACE -Wl,-z,relro,-z,now)
+endif()
+if(RUVEX_COVERAGE)
+  target_compile_options(ruvex_options INTERFACE --coverage)
+  target_link_options(ruvex_options INTERFACE --coverage)
+endif()
+if(RUVEX_FUZZ)
+  target_compile_options(ruvex_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
+# What the product itself is built with: it throws nothing and asks no type at run time.
+add_library(ruvex_product_options INTERFACE)
+target_link_libraries(ruvex_product_options INTERFACE ruvex_options)
+target_compile_options(ruvex_product_options INTERFACE -fno-exceptions -fno-rtti)
+
+# ruvex_module(NAME SOURCES... [USES MODULE...]): the library ruvex::NAME of the folder it stands in.
+# It sees its own folder and those of the modules it uses, through src/; it links nothing else.
+function(ruvex_module name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "USES")
+  add_library(ruvex_${name} STATIC ${arg_UNPARSED_ARGUMENTS})
+  add_library(ruvex::${name} ALIAS ruvex_${name})
+  set_target_properties(ruvex_${name} PROPERTIES EXPORT_NAME ${name} POSITION_INDEPENDENT_CODE ON)
+  target_include_directories(ruvex_${name} PUBLIC
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/src> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/ruvex>)
+  target_compile_features(ruvex_${name} PUBLIC cxx_std_20)
+  target_link_libraries(ruvex_${name} PRIVATE $<BUILD_INTERFACE:ruvex_product_options>)
+  foreach(used IN LISTS arg_USES)
+    target_link_libraries(ruvex_${name} PUBLIC ruvex_${used})
+  endforeach()
+  set_property(GLOBAL APPEND PROPERTY RUVEX_MODULES ruvex_${name})
+endfunction()
+
+# ruvex_program(NAME SOURCES... USES MODULE...): an installed program.
+function(ruvex_program name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "USES")
+  add_executable(${name} ${arg_UNPARSED_ARGUMENTS})
+  target_link_libraries(${name} PRIVATE ruvex_product_options)
+  foreach(used IN LISTS arg_USES)
+    target_link_libraries(${name} PRIVATE ruvex_${used})
+  endforeach()
+  if(RUVEX_STATIC)
+    target_link_options(${name} PRIVATE -static)
+  elseif(NOT RUVEX_SANITIZE)
+    # No shared C++ runtime: most of a short run would be spent in loading it.
+    target_link_options(${name} PRIVATE -static-libstdc++ -static-libgcc)
+  endif()
+  install(TARGETS ${name} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+endfunction()
