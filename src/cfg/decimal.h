@@ -22,8 +22,9 @@ constexpr std::int64_t decimal_prefix(std::string_view characters) noexcept {
   const std::uint64_t limit = negative ? largest + 1 : largest;
   std::uint64_t value = 0;
   for (; at != end && *at >= '0' && *at <= '9'; ++at) {
-    value = value * 10 + static_cast<std::uint64_t>(*at - '0');
-    if (value > limit) {
+    const bool too_long = value > largest / 10;
+    if (!too_long) value = value * 10 + static_cast<std::uint64_t>(*at - '0');
+    if (too_long || value > limit) {
       value = limit;
       break;
     }
@@ -33,7 +34,7 @@ constexpr std::int64_t decimal_prefix(std::string_view characters) noexcept {
 
 static_assert(decimal_prefix(" -12x") == -12 && decimal_prefix("+7") == 7 &&
               decimal_prefix("") == 0);
-static_assert(decimal_prefix("99999999999999999999") == std::numeric_limits<std::int64_t>::max());
+static_assert(decimal_prefix("18446744073709551617") == std::numeric_limits<std::int64_t>::max());
 static_assert(decimal_prefix("-99999999999999999999") == std::numeric_limits<std::int64_t>::min());
 
 // The decimal text of a number, with a minus sign where it is negative.
