@@ -89,7 +89,7 @@ class text {
   text() = default;
   // The text of a literal, for tables; what does not fit does not compile.
   template <std::size_t Length>
-  consteval text(const char (&literal)[Length]) noexcept {
+  consteval text(const char (&literal)[Length]) noexcept {  // NOLINT(google-explicit-constructor)
     static_assert(Length <= Size);
     for (std::size_t at = 0; at < Length; ++at) chars_[at] = literal[at];
     if (Length < Size) chars_[Size - 1] = static_cast<char>(Length - 1);

@@ -37,6 +37,7 @@ using chn_data_layout = element_layout<chn_cfg, no_fields<chn_cfg>, written_chn_
 
 // In a large document the channels lie scattered in memory: the next one is fetched meanwhile.
 void prefetch(const chn_cfg* chn) noexcept {
+  if (chn == nullptr) return;
   constexpr std::size_t cache_line = 64;
   const char* bytes = reinterpret_cast<const char*>(chn);
   for (std::size_t at = 0; at < sizeof(chn_cfg); at += cache_line) __builtin_prefetch(bytes + at);

@@ -62,9 +62,10 @@ void reserve_huge_pages(std::size_t expected) noexcept {
   void* block = std::malloc(expected);
   mallopt(M_MMAP_MAX, usual_mapped_blocks);
   if (block == nullptr) return;
-  const auto begin = (reinterpret_cast<std::uintptr_t>(block) + huge_page - 1) & ~(huge_page - 1);
-  const auto end = reinterpret_cast<std::uintptr_t>(block) + expected;
-  if (begin < end) ::madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
+  const std::size_t to_next_page = (0 - reinterpret_cast<std::uintptr_t>(block)) % huge_page;
+  if (to_next_page < expected) {
+    ::madvise(static_cast<char*>(block) + to_next_page, expected - to_next_page, MADV_HUGEPAGE);
+  }
   std::free(block);
 }
 

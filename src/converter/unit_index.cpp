@@ -55,7 +55,8 @@ record_ptr<unit_cfg> make_unit(const unit_text& text) noexcept {
           enum_to_str(chk_unit_type, text.has_slash ? unit_type::modbus_tcp : unit_type::modbus)) &&
       unit->ip_address.assign(text.ip_address) && unit->address.assign(text.address) &&
       unit->poll_delay.assign("0");
-  return complete ? std::move(unit) : nullptr;
+  if (!complete) return nullptr;
+  return unit;
 }
 
 }  // namespace

@@ -39,7 +39,7 @@ class unit_index {
   // serial-line unit sorts by address among its kind, a TCP unit by IP address and then address; a
   // unit greater than all of its kind goes to the end of the list. Both texts fit their settings.
   // Null when memory has run out; the list is unchanged then.
-  unit_slot* find_or_add(const unit_text& wanted) noexcept;
+  unit_slot* find_or_add(const unit_text& text) noexcept;
 
   // Gives `chn`, whose reference is final and whose mask is `mask`, to the unit, which has room for
   // it, and counts it there; link_channels() links it. False, with nothing changed but for `chn`
