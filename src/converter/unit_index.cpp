@@ -28,13 +28,14 @@ int compare_wanted(const void* wanted, const void* candidate) {
   return order;
 }
 
-// Good enough to spread the units of a site; a clash costs a walk down the tree.
-std::size_t hash(const unit_slot& slot) noexcept {
-  std::uint32_t hash = static_cast<std::uint32_t>(slot.address);
+// Good enough to spread the units of a site over the recent ones; a clash costs a walk down the
+// tree.
+std::size_t place_of(const unit_slot& slot, unsigned bits) noexcept {
+  auto hash = static_cast<std::uint32_t>(slot.address);
   for (const char character : slot.ip_address) {
     hash = hash * 31 + static_cast<unsigned char>(character);
   }
-  return hash;
+  return hash * 0x9E3779B1U >> (32 - bits);  // the golden ratio's multiples lie far apart
 }
 
 bool same_kind(const unit_slot& a, const unit_slot& b) noexcept {
@@ -63,7 +64,8 @@ record_ptr<unit_cfg> make_unit(const unit_text& text) noexcept {
 
 unit_index::unit_index(unit_cfg*& list) noexcept
     : list_(list),
-      recent_(static_cast<unit_slot**>(std::calloc(recent_units, sizeof(unit_slot*)))) {}
+      recent_(static_cast<unit_slot**>(
+          std::calloc(std::size_t{1} << recent_bits, sizeof(unit_slot*)))) {}
 
 unit_index::~unit_index() {
   std::free(recent_);
@@ -85,7 +87,7 @@ unit_slot* unit_index::find_or_add(const unit_text& text) noexcept {
 }
 
 unit_slot* unit_index::find(unit_slot& wanted) noexcept {
-  unit_slot** recent = recent_ == nullptr ? nullptr : recent_ + hash(wanted) % recent_units;
+  unit_slot** recent = recent_ == nullptr ? nullptr : recent_ + place_of(wanted, recent_bits);
   if (recent != nullptr && *recent != nullptr && compare(**recent, wanted) == 0) return *recent;
   void* node = tfind(&wanted, &tree_, compare_wanted);
   if (node == nullptr) return nullptr;

@@ -69,7 +69,7 @@ class unit_index {
   void link(unit_cfg* unit, unit_cfg* successor) noexcept;
   void link_channels(unit_slot& slot) noexcept;
 
-  static constexpr std::size_t recent_units = 16384;
+  static constexpr unsigned recent_bits = 16;
 
   unit_cfg*& list_;
   unit_cfg* last_unit_ = nullptr;
