@@ -21,6 +21,8 @@ set(libraries "")
 foreach(module IN LISTS modules)
   string(PREPEND libraries "-l${module} ")  # those that stand above come first
 endforeach()
+# Relative, since the prefix may be chosen as late as in `cmake --install --prefix`.
+file(RELATIVE_PATH prefix_from_pkgconfig /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
 configure_file(${PROJECT_SOURCE_DIR}/cmake/ruvex.pc.in ${PROJECT_BINARY_DIR}/ruvex.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/ruvex.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 

@@ -11,7 +11,12 @@ signal_disposition old_handler_SIGINT = SIG_DFL;
 
 namespace {
 
-signal_disposition old_handler_SIGPIPE = SIG_DFL;
+// Signals that a failing write raises. Ignored, they leave a result that can be reported.
+struct ignored_signal {
+  int number;
+  signal_disposition old_handler;
+};
+ignored_signal ignored_signals[] = {{SIGPIPE, SIG_DFL}, {SIGXFSZ, SIG_DFL}};
 
 // One flag for each kind, and one above them that a quiet step looks at.
 volatile std::sig_atomic_t any_arrived = 0;
@@ -41,7 +46,9 @@ void signal_handler(int signal_number) {
 void install_signal_handlers() {
   old_handler_SIGTERM = std::signal(SIGTERM, signal_handler);
   old_handler_SIGINT = std::signal(SIGINT, signal_handler);
-  old_handler_SIGPIPE = std::signal(SIGPIPE, SIG_IGN);
+  for (ignored_signal& signal : ignored_signals) {
+    signal.old_handler = std::signal(signal.number, SIG_IGN);
+  }
 }
 
 void log_signals() {
@@ -55,7 +62,9 @@ void log_signals() {
 void restore_signal_handlers() {
   std::signal(SIGTERM, old_handler_SIGTERM);
   std::signal(SIGINT, old_handler_SIGINT);
-  std::signal(SIGPIPE, old_handler_SIGPIPE);
+  for (const ignored_signal& signal : ignored_signals) {
+    std::signal(signal.number, signal.old_handler);
+  }
 }
 
 }  // namespace ruvex

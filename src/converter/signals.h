@@ -21,7 +21,7 @@ void install_signal_handlers();
 // Logs, at NOTICE, a line for each kind of signal that has arrived since the last call.
 void log_signals();
 
-// Puts the saved dispositions back: SIGTERM's, SIGINT's, SIGPIPE's.
+// Puts the saved dispositions back, SIGTERM's first, then SIGINT's.
 void restore_signal_handlers();
 
 }  // namespace ruvex
