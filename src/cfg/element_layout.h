@@ -96,10 +96,6 @@ class element_layout {
   }
 
  private:
-  static std::string_view tag_text(std::int32_t id) noexcept {
-    return tag_str[static_cast<std::size_t>(id)].text;
-  }
-
   text_run& current() noexcept { return runs_[count_]; }
 
   void add_attributes() noexcept {

@@ -45,6 +45,11 @@ inline constexpr std::array<tag_row, tag_count + 1> tag_str = {{
 }};
 // clang-format on
 
+// The text of the tag `id`, which is one of the ids.
+constexpr const char* tag_text(std::int32_t id) noexcept {
+  return tag_str[static_cast<std::size_t>(id)].text;
+}
+
 // Orders rows by id: -1, 0 or 1.
 constexpr int tag_idx_sort(const tag_row& a, const tag_row& b) noexcept {
   return a.id < b.id ? -1 : a.id > b.id ? 1 : 0;

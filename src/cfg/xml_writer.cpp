@@ -127,7 +127,7 @@ void print_tag(std::FILE* stream, std::int32_t tag_id, int mode, const char* tex
     return;
   }
   if (tag_id < 0 || tag_id >= static_cast<std::int32_t>(tag_count)) return;
-  const char* name = tag_str[static_cast<std::size_t>(tag_id)].text;
+  const char* name = tag_text(tag_id);
   char buffer[max_tabs + 1];
   const char* indentation = tab_str(buffer);
   if (mode == print_start) {

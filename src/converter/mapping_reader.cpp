@@ -252,12 +252,12 @@ void free_units() noexcept {
 }
 
 int read_csv_file(const char* path) noexcept {
+  free_units();
   struct stat status;
   if (::stat(path, &status) != 0) return not_readable(csv_not_examined);
   if (S_ISDIR(status.st_mode)) return not_readable(csv_not_opened);
   const int descriptor = ::open(path, O_RDONLY | O_CLOEXEC);
   if (descriptor < 0) return not_readable(csv_not_opened);
-  free_units();
   unit_index units(modUnits);
   const csv_result result = read_lines(descriptor, units);
   units.link_channels();

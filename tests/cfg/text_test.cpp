@@ -13,7 +13,7 @@ namespace ruvex {
 namespace {
 
 TEST(Text, TakesWhatFitsAndRefusesTheRestUnchanged) {
-  for (const std::size_t length : {0, 1, 7, 8, 30, 31, 32, 63, 64, 200}) {
+  for (const std::size_t length : {0U, 1U, 7U, 8U, 30U, 31U, 32U, 63U, 64U, 200U}) {
     text<32> setting;
     ASSERT_TRUE(setting.assign("before"));
     const std::string characters(length, 'x');
@@ -71,7 +71,7 @@ void expect_no_overrun(const std::array<field<Record>, Count>& rows) {
   const auto record = make_record<Record>();
   std::vector<unsigned char> before(sizeof(Record));
   for (const auto& row : rows) {
-    for (const std::size_t length : {0, 31, 32, 63, 64, 200}) {
+    for (const std::size_t length : {0U, 31U, 32U, 63U, 64U, 200U}) {
       std::memset(static_cast<void*>(record.get()), 0xA5, sizeof(Record));
       std::memcpy(before.data(), record.get(), sizeof(Record));
       const std::size_t capacity = row.view(*record).capacity();
@@ -79,11 +79,11 @@ void expect_no_overrun(const std::array<field<Record>, Count>& rows) {
       const auto* bytes = reinterpret_cast<const unsigned char*>(record.get());
       const auto start = static_cast<std::size_t>(row.view(*record).data() -
                                                   reinterpret_cast<const char*>(record.get()));
-      EXPECT_EQ(std::memcmp(bytes, before.data(), start), 0) << tag_str[row.tag].text << length;
+      EXPECT_EQ(std::memcmp(bytes, before.data(), start), 0) << tag_text(row.tag) << length;
       EXPECT_EQ(std::memcmp(bytes + start + capacity, before.data() + start + capacity,
                             sizeof(Record) - start - capacity),
                 0)
-          << tag_str[row.tag].text << length;
+          << tag_text(row.tag) << length;
       if (length < capacity) {
         EXPECT_EQ(row.view(*record).view(), std::string(length, 'z'));
       }

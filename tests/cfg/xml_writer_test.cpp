@@ -27,7 +27,7 @@ class plain_writer {
     text_ << std::string(std::min(level_++, max_tabs), '\t') << '<' << name;
     for (const auto& row : attributes) {
       if (row.use == field_use::read_only || (row.use == field_use::tcp_only && !tcp)) continue;
-      text_ << ' ' << tag_str[row.tag].text << "=\"" << row.view(record).view() << '"';
+      text_ << ' ' << tag_text(row.tag) << "=\"" << row.view(record).view() << '"';
     }
     text_ << ">\r\n";
   }
@@ -35,7 +35,7 @@ class plain_writer {
   void elements(const Record& record, const Rows& rows) {
     for (const auto& row : rows) {
       if (row.use != field_use::written) continue;
-      const std::string name = tag_str[row.tag].text;
+      const std::string name = tag_text(row.tag);
       text_ << std::string(std::min(level_, max_tabs), '\t') << '<' << name << '>'
             << row.view(record).view() << "</" << name << ">\r\n";
     }

@@ -1,0 +1,72 @@
+// What the tests of the converter share: a mapping file on disk and a unit list as one line of
+// text.
+#pragma once
+
+#include <syslog.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <string_view>
+
+#include "cfg/records.h"
+#include "gtest/gtest.h"
+
+namespace ruvex {
+
+// What is read wrongly on purpose is no news for the machine's log.
+inline const int earlier_log_mask = ::setlogmask(LOG_MASK(LOG_DEBUG));
+
+// The units in their order, as "1[40001 40003:8] 10.0.0.5/3[]": a mask other than "0" stands behind
+// its reference, and the slash tells the TCP type. Wrong links and counts show as "!".
+inline std::string list_text(const unit_cfg* head) {
+  std::string text;
+  const unit_cfg* previous_unit = nullptr;
+  for (const unit_cfg* unit = head; unit != nullptr; previous_unit = unit, unit = unit->next) {
+    if (unit != head) text += ' ';
+    if (unit->prev != previous_unit) text += "!prev ";
+    text.append(unit->ip_address.view()).append(unit->type == "MODBUS_TCP" ? "/" : "");
+    text.append(unit->address.view()) += '[';
+    int count = 0;
+    const chn_cfg* previous = nullptr;
+    for (const chn_cfg* chn = unit->chn_list; chn != nullptr; previous = chn, chn = chn->next) {
+      if (count++ != 0) text += ' ';
+      if (chn->prev != previous) text += "!prev ";
+      text += chn->reg_num.view();
+      if (chn->reg_mask != "0") text.append(":").append(chn->reg_mask.view());
+    }
+    text += count == unit->chn_count ? "]" : "!count]";
+  }
+  return text;
+}
+
+inline std::string file_content(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// A file with a name of its own, which goes with the object.
+class temporary_file {
+ public:
+  temporary_file() : path_(testing::TempDir() + "ruvex_test_XXXXXX") {
+    const int descriptor = ::mkstemp(path_.data());
+    if (descriptor < 0) std::abort();
+    ::close(descriptor);
+  }
+  ~temporary_file() { ::unlink(path_.c_str()); }
+  temporary_file(const temporary_file&) = delete;
+  temporary_file& operator=(const temporary_file&) = delete;
+
+  const std::string& path() const { return path_; }
+  const char* filled_with(std::string_view content) const {
+    std::ofstream(path_, std::ios::binary) << content;
+    return path_.c_str();
+  }
+
+ private:
+  std::string path_;
+};
+
+}  // namespace ruvex
