@@ -1,0 +1,40 @@
+# Builds the program twice, in two folders, with the date of the build given: the two programs must
+# be equal byte for byte and must name that date in their banner.
+set(ENV{SOURCE_DATE_EPOCH} 1000000000)
+set(banner "ruvex : Rev 1.0.6 : Sep  9 2001 : 01:46:40\n")
+
+set(options -DCMAKE_BUILD_TYPE=Release -DRUVEX_TESTS=OFF -DCMAKE_CXX_COMPILER=${COMPILER})
+if(TOOLCHAIN)
+  list(APPEND options -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN})
+endif()
+if(STATIC)
+  list(APPEND options -DRUVEX_STATIC=ON)
+endif()
+if(LTO)
+  list(APPEND options -DCMAKE_INTERPROCEDURAL_OPTIMIZATION=ON)
+endif()
+
+file(REMOVE_RECURSE ${WORK})
+set(folders ${WORK}/a ${WORK}/another/folder)
+foreach(folder IN LISTS folders)
+  execute_process(COMMAND ${CMAKE_COMMAND} -S ${SOURCE} -B ${folder} -G ${GENERATOR} ${options}
+                  OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
+  execute_process(COMMAND ${CMAKE_COMMAND} --build ${folder} --target ruvex --parallel 2
+                  OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
+  set(program ${folder}/src/converter/ruvex)
+  file(SHA256 ${program} hash)
+  list(APPEND hashes ${hash})
+
+  string(REPLACE "|" ";" command "${EMULATOR}")
+  execute_process(COMMAND ${command} ${program} OUTPUT_VARIABLE output)
+  string(FIND "${output}" "${banner}" place)
+  if(NOT place EQUAL 0)
+    message(FATAL_ERROR "${program} does not begin with\n${banner}but with\n${output}")
+  endif()
+endforeach()
+list(REMOVE_DUPLICATES hashes)
+list(LENGTH hashes different)
+if(NOT different EQUAL 1)
+  message(FATAL_ERROR "The programs built in ${folders} differ")
+endif()
+file(REMOVE_RECURSE ${WORK})
