@@ -45,10 +45,11 @@ bool is_removable(const char* path) noexcept {
 
 constexpr std::size_t huge_page = std::size_t{2} << 20;
 
-// What the records of a mapping file of this size take; a point line has about 100 characters.
+// What the records of a mapping file of this size take; a point line has about 100 characters. A
+// file whose size promises more than this is more likely a hole than a mapping.
 std::size_t expected_heap(std::uint64_t csv_size) noexcept {
   constexpr std::uint64_t shortest_usual_line = 80;
-  constexpr std::uint64_t most = SIZE_MAX / 4;
+  constexpr std::uint64_t most = std::min<std::uint64_t>(std::uint64_t{2} << 30, SIZE_MAX / 4);
   return static_cast<std::size_t>(
       std::min(csv_size / shortest_usual_line * (sizeof(chn_cfg) + 16), most));
 }

@@ -195,6 +195,18 @@ TEST_F(MappingTest, WhatCannotBeOpenedEndsTheRun) {
   fs::permissions(path("closed"), fs::perms::all);
 }
 
+// Where `long` has 32 bits, a size or a date that does not fit it must not fail the run.
+TEST_F(MappingTest, LargeFilesAndLateDatesAreRead) {
+  constexpr timespec in_2040[2] = {{2208988800, 0}, {2208988800, 0}};
+  write("in.csv", point_line());
+  ASSERT_EQ(utimensat(AT_FDCWD, path("in.csv").c_str(), in_2040, 0), 0);
+  EXPECT_EQ(run({path("in.csv"), path("out.xml")}), success());
+  write("large.csv", point_line() + std::string(2000, '-'));
+  ASSERT_EQ(truncate(path("large.csv").c_str(), off_t{3} << 30), 0);
+  EXPECT_EQ(run({path("large.csv"), path("out.xml")}),
+            failed_read(3, "Line 2 is longer than 1023 characters, exiting."));
+}
+
 TEST_F(MappingTest, ExhaustedMemoryEndsTheRun) {
   if (RUVEX_SANITIZED) GTEST_SKIP() << "skipped: the sanitizers need more than a limit leaves";
   if (*RUVEX_EMULATOR != '\0') GTEST_SKIP() << "skipped: the emulator sets no memory limit";
