@@ -3,6 +3,7 @@
 #include "cfg/decimal.h"
 #include "cfg/link.h"
 #include "cfg/member.h"
+#include "cfg/set_default.h"
 #include "cfg/tables.h"
 
 namespace ruvex {
@@ -73,49 +74,37 @@ const type_defaults* find_defaults(std::int32_t chn_type) noexcept {
   return nullptr;
 }
 
-// Every default fits its setting, so the result says nothing here.
-template <std::size_t Size>
-void set(text<Size>& setting, std::string_view characters) noexcept {
-  static_cast<void>(setting.assign(characters));
-}
-
-// A value that its table lacks leaves the setting as it was.
-template <std::size_t Size>
-void set(text<Size>& setting, const chk_row* table, std::int32_t value) noexcept {
-  if (const char* characters = enum_to_str(table, value)) set(setting, characters);
-}
-
 void set_by_type(chn_cfg& chn, const type_defaults& row, std::int32_t index) noexcept {
   const std::int64_t reference = row.reg_first + std::int64_t{row.reg_step} * index;
-  set(chn.chn_type, chk_chn_type, row.chn_type);
-  set(chn.bac_type, chk_bac_type, row.bac_type);
-  set(chn.bac_units, chk_bac_units, row.bac_units);
-  set(chn.scl_dev_hi, row.scl_hi);
-  set(chn.scl_usr_hi, row.scl_hi);
-  set(chn.inp_level_lo, row.inp_level_lo);
-  set(chn.inp_level_hi, row.inp_level_hi);
-  set(chn.reg_num, decimal_text(reference).view());
-  set(chn.reg_size, row.reg_size);
-  set(chn.reg_endian, chk_endian_mode, row.reg_endian);
-  set(chn.reg_format, chk_reg_format, unsigned_format);
-  set(chn.reg_fcn, chk_reg_fcn, row.reg_fcn);
-  set(chn.limit_hi, row.limit_hi);
+  set_default(chn.chn_type, chk_chn_type, row.chn_type);
+  set_default(chn.bac_type, chk_bac_type, row.bac_type);
+  set_default(chn.bac_units, chk_bac_units, row.bac_units);
+  set_default(chn.scl_dev_hi, row.scl_hi);
+  set_default(chn.scl_usr_hi, row.scl_hi);
+  set_default(chn.inp_level_lo, row.inp_level_lo);
+  set_default(chn.inp_level_hi, row.inp_level_hi);
+  set_default(chn.reg_num, decimal_text(reference).view());
+  set_default(chn.reg_size, row.reg_size);
+  set_default(chn.reg_endian, chk_endian_mode, row.reg_endian);
+  set_default(chn.reg_format, chk_reg_format, unsigned_format);
+  set_default(chn.reg_fcn, chk_reg_fcn, row.reg_fcn);
+  set_default(chn.limit_hi, row.limit_hi);
 }
 
 void set_common(chn_cfg& chn) noexcept {
   for (const common_default& row : common_defaults) {
     static_cast<void>(row.at(chn).assign(row.text));
   }
-  set(chn.temp_units, chk_temp_units, fahrenheit);
-  set(chn.hoa_switch, chk_hoa_switch, hoa_auto);
+  set_default(chn.temp_units, chk_temp_units, fahrenheit);
+  set_default(chn.hoa_switch, chk_hoa_switch, hoa_auto);
 }
 
 }  // namespace
 
 void init_chn_cfg(chn_cfg* chn, std::int32_t index, std::int32_t chn_type,
                   std::int32_t instance) noexcept {
-  set(chn->name, "Default Channel Name");
-  set(chn->instance, decimal_text(instance).view());
+  set_default(chn->name, "Default Channel Name");
+  set_default(chn->instance, decimal_text(instance).view());
   if (const type_defaults* row = find_defaults(chn_type)) {
     set_by_type(*chn, *row, index);
     set_common(*chn);

@@ -11,9 +11,9 @@ namespace ruvex {
 // Position 0 of an empty list makes it the head. Returns the record, now the list's own; null, and
 // the record is released and the list unchanged, when there is no such position or no room to
 // count.
-template <class Record>
-Record* link_after(record_ptr<Record> record, Record*& head, std::int16_t& count,
-                   std::int32_t pos) noexcept {
+// `Pointer` is a unique_ptr that owns the record with what belongs to it.
+template <class Record, class Pointer>
+Record* link_after(Pointer record, Record*& head, std::int16_t& count, std::int32_t pos) noexcept {
   if (count == max_list_count) return nullptr;
   if (count == 0) {
     if (pos != 0) return nullptr;
