@@ -19,15 +19,15 @@
 namespace ruvex {
 namespace {
 
+bool is_open_as(int descriptor, const struct stat& status) noexcept {
+  struct stat stream;
+  return ::fstat(descriptor, &stream) == 0 && stream.st_dev == status.st_dev &&
+         stream.st_ino == status.st_ino;
+}
+
 bool is_standard_stream(const struct stat& status) noexcept {
-  for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-    struct stat stream;
-    if (::fstat(descriptor, &stream) == 0 && stream.st_dev == status.st_dev &&
-        stream.st_ino == status.st_ino) {
-      return true;
-    }
-  }
-  return false;
+  return is_open_as(STDIN_FILENO, status) || is_open_as(STDOUT_FILENO, status) ||
+         is_open_as(STDERR_FILENO, status);
 }
 
 bool is_removable(const char* path) noexcept {
@@ -95,6 +95,12 @@ void prepare_heap(const char* csv_path) noexcept {
 
 void remove_output(const char* path) noexcept {
   if (is_removable(path)) ::unlink(path);
+}
+
+void print_behind_output(const char* path) noexcept {
+  struct stat status;
+  if (::stat(path, &status) != 0 || !S_ISREG(status.st_mode)) return;
+  if (is_open_as(STDOUT_FILENO, status)) ::fcntl(STDOUT_FILENO, F_SETFL, O_APPEND);
 }
 
 int terminate_app(void) {

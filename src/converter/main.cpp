@@ -45,6 +45,7 @@ exit_status convert(const char* csv_path, const char* xml_path) {
   prepare_heap(csv_path);
   if (const int code = read_csv_file(csv_path)) return report_failed_read(code);
   std::fflush(stdout);  // the document may go to the same place
+  print_behind_output(xml_path);
   if (write_xml_unit_cfg(modUnits, xml_path) != 0 || xml_write_error != 0) {
     return report_failed_write(xml_path);
   }

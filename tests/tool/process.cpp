@@ -11,6 +11,7 @@
 #include <array>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <regex>
@@ -105,6 +106,8 @@ process::process(const std::vector<std::string>& command, const preparation& pre
   ::dup2(::open("/dev/null", O_RDONLY | O_CLOEXEC), STDIN_FILENO);
   ::dup2(out_, STDOUT_FILENO);
   ::dup2(err_, STDERR_FILENO);
+  // That the counters of an earlier build are replaced is no message of the program.
+  ::setenv("GCOV_ERROR_FILE", "/dev/null", 0);
   if (command.empty()) {
     prepare();
     std::fflush(stdout);
