@@ -1,0 +1,136 @@
+// Every allocation of an operation fails once. The program is linked with the allocation functions
+// wrapped (see CMakeLists.txt), so that the calls of the library under test arrive here.
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstddef>
+#include <memory>
+#include <string>
+
+#include "cfg/doc_defaults.h"
+#include "cfg/document_text.h"
+#include "cfg/edit.h"
+#include "cfg/xml_reader.h"
+#include "support/temporary_file.h"
+
+namespace {
+
+bool watching = false;
+int calls = 0;  // allocations while watching
+int failing_call = 0;
+int live_blocks = 0;  // allocated and not freed while watching
+
+void* counted(void* block) {
+  if (watching && block != nullptr) ++live_blocks;
+  return block;
+}
+bool fails() {
+  if (!watching || calls++ != failing_call) return false;
+  errno = ENOMEM;
+  return true;
+}
+
+}  // namespace
+
+extern "C" {
+void* __real_malloc(std::size_t size);
+void* __real_calloc(std::size_t count, std::size_t size);
+void* __real_realloc(void* block, std::size_t size);
+void* __real_aligned_alloc(std::size_t alignment, std::size_t size);
+void __real_free(void* block);
+
+void* __wrap_malloc(std::size_t size) {
+  return fails() ? nullptr : counted(__real_malloc(size));
+}
+void* __wrap_calloc(std::size_t count, std::size_t size) {
+  return fails() ? nullptr : counted(__real_calloc(count, size));
+}
+void* __wrap_realloc(void* block, std::size_t size) {
+  if (fails()) return nullptr;
+  return block == nullptr ? counted(__real_realloc(block, size)) : __real_realloc(block, size);
+}
+void* __wrap_aligned_alloc(std::size_t alignment, std::size_t size) {
+  return fails() ? nullptr : counted(__real_aligned_alloc(alignment, size));
+}
+void __wrap_free(void* block) {
+  if (watching && block != nullptr) --live_blocks;
+  __real_free(block);
+}
+}
+
+namespace ruvex {
+namespace {
+
+// Runs `operate` with its first allocation failing, then its second, and so on, until it succeeds
+// with all. Each failure gives null, holds no block and leaves `state` as it was. `operate` returns
+// an owning pointer, `state` a text of the arguments. Returns the number of allocations; what each
+// failure prints is one of `lines`.
+template <class Operate, class State>
+int allocations(Operate operate, State state, const std::string& line = {}) {
+  const std::string before = state();
+  for (failing_call = 0;; ++failing_call) {
+    calls = live_blocks = 0;
+    testing::internal::CaptureStderr();
+    watching = true;
+    const auto result = operate();
+    watching = false;
+    const std::string printed = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(result == nullptr, failing_call < calls) << failing_call;
+    if (result != nullptr) {
+      EXPECT_EQ(printed, "");
+      return calls;
+    }
+    EXPECT_EQ(live_blocks, 0) << failing_call;
+    EXPECT_EQ(state(), before) << failing_call;
+    EXPECT_TRUE(printed.empty() || printed == line) << failing_call << printed;
+    EXPECT_LT(failing_call, 1000);
+  }
+}
+
+const auto nothing = [] { return std::string(); };
+
+TEST(Allocation, EachFailureOfMakingOrCopyingGivesNull) {
+  const yax_cfg_ptr doc(make_default_yax_cfg());
+  const auto state = [&doc] { return document_text(*doc); };
+  EXPECT_EQ(allocations([] { return yax_cfg_ptr(make_default_yax_cfg()); }, nothing), 14);
+  EXPECT_EQ(allocations([&] { return yax_cfg_ptr(copy_yax_cfg(doc.get())); }, state), 14);
+  EXPECT_EQ(allocations([&] { return unit_cfg_ptr(copy_unit_cfg(doc->unit_list)); }, state), 9);
+}
+
+struct leave {
+  void operator()(const void*) const {}  // the document owns it
+};
+
+TEST(Allocation, EachFailureOfAddingAUnitLeavesTheDocumentAsItWas) {
+  const yax_cfg_ptr doc(make_default_yax_cfg());
+  const auto state = [&doc] { return document_text(*doc); };
+  const auto add = [&doc](int type) {
+    return
+        [&doc, type] { return std::unique_ptr<unit_cfg, leave>(add_unit_cfg(doc.get(), 1, type)); };
+  };
+  EXPECT_EQ(allocations(add(1), state), 9);
+  EXPECT_EQ(allocations(add(0), state), 1);
+  EXPECT_EQ(doc->unit_count, 5);
+}
+
+TEST(Allocation, EachFailureOfReadingEndsTheRead) {
+  std::string nested;
+  for (int depth = 0; depth < 40; ++depth) nested += "<" + std::string(200, 'n') + ">";
+  for (int depth = 0; depth < 40; ++depth) nested += "</" + std::string(200, 'n') + ">";
+  const std::string documents[] = {
+      "<yax_cfg name='&amp;'><unit_cfg poll_delay='1'><chn_cfg><chn_type>&lt;</chn_type></chn_cfg>"
+      "</unit_cfg><unit_cfg/></yax_cfg>",
+      "<yax_cfg>" + nested + "<x a='" + std::string(2000, 'v') + "'/></yax_cfg>",
+      "<yax_cfg>" + std::string(5U << 20, ' ') + "</yax_cfg>",
+  };
+  for (const std::string& document : documents) {
+    const temporary_file file;
+    const char* path = file.filled_with(document);
+    const auto read = [path] { return yax_cfg_ptr(read_xml_cfg(path)); };
+    const int count = allocations(read, nothing, "XML PARSE ERROR \"out of memory\" on line 1\r\n");
+    EXPECT_GE(count, 8) << document.substr(0, 100);
+  }
+}
+
+}  // namespace
+}  // namespace ruvex
