@@ -1,14 +1,6 @@
-# cmake -DEXPECTED=FILE -P CompareOutput.cmake -- COMMAND...: the command succeeds and prints FILE.
-set(command "")
-set(found FALSE)
-foreach(at RANGE 1 ${CMAKE_ARGC})
-  if(found AND at LESS CMAKE_ARGC)
-    list(APPEND command "${CMAKE_ARGV${at}}")
-  elseif("${CMAKE_ARGV${at}}" STREQUAL "--")
-    set(found TRUE)
-  endif()
-endforeach()
-execute_process(COMMAND ${command} OUTPUT_VARIABLE printed RESULT_VARIABLE result)
+# cmake -DEXPECTED=FILE "-DCOMMAND=PROGRAM;ARGUMENT;..." -P CompareOutput.cmake: the command succeeds
+# and prints FILE.
+execute_process(COMMAND ${COMMAND} OUTPUT_VARIABLE printed RESULT_VARIABLE result)
 file(READ ${EXPECTED} expected)
 if(NOT result EQUAL 0)
   message(FATAL_ERROR "ended with ${result}, having printed:\n${printed}")
