@@ -15,8 +15,8 @@ void prepare_heap(const char* csv_path) noexcept;
 // what the run has open as a standard stream (/dev/stdout).
 void remove_output(const char* path) noexcept;
 
-// Where the output is the regular file that standard output goes to: what is printed from here on is
-// put behind what is written there, not over it.
+// Where the output is the regular file that standard output goes to: what is printed from here on
+// is put behind what is written there, not over it.
 void print_behind_output(const char* path) noexcept;
 
 // Ends a run: releases the units of modUnits, puts the signal handlers back and logs the exit.
