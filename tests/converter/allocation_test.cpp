@@ -92,14 +92,14 @@ outcome run(std::string_view mapping, int failing) {
   testing::internal::CaptureStdout();
   watching = true;
   got.read = read_csv_file(csv_path);
-  got.written = write_xml_unit_cfg(modUnits, xml.path().c_str());
+  got.written = write_xml_unit_cfg(modUnits, xml.path());
   watching = false;
   got.list = list_text(modUnits);
   watching = true;
   free_units();
   watching = false;
   got.log = testing::internal::GetCapturedStdout();
-  got.document = file_content(xml.path());
+  got.document = xml.content();
   return got;
 }
 

@@ -113,68 +113,6 @@ TEST_F(MappingReader, FieldsSetTheSettingsThatFollowFromThem) {
   }
 }
 
-TEST_F(MappingReader, NameAndDescriptionAreCutWhereOthersEndTheRead) {
-  const std::string newline = "\n", n63(63, 'n');
-  const std::string notice = "Line 2: description cut to 63 characters\n";
-  const struct {
-    changes fields;
-    std::string name, description, log = {};
-  } cases[] = {
-      // clang-format off
-      {{},                                       "Zone", "Default channel description"},
-      {{{2, n63}, {9, n63}},                     n63,    n63},
-      {{{2, n63 + "n"}, {9, n63 + "n"}},         n63,    n63, notice},
-      {{{2, n63 + n63}, {9, std::string(800, 'n')}}, n63, n63, notice},
-      {{{2, n63 + " 40001"}, {9, "00"}},         n63,    "00"},
-      {{{2, " "}, {9, " "}},                     "",     ""},
-      {{{9, "0 "}},                              "Zone", "Default channel description"},
-      {{{9, " 0"}},                              "Zone", " 0"},
-      // clang-format on
-  };
-  for (const auto& row : cases) {
-    ASSERT_EQ(read(newline + point(row.fields)), csv_read);
-    EXPECT_EQ(log_, row.log);
-    EXPECT_EQ(modUnits->chn_list->name, row.name);
-    EXPECT_EQ(modUnits->chn_list->bac_desc, row.description);
-  }
-}
-
-TEST_F(MappingReader, SettingsOf31CharactersFitAndLongerOnesEndTheRead) {
-  const struct {
-    std::size_t field;
-    setting member;                       // null for a unit's
-    std::string before = {}, after = {};  // the text is the digit 1 between them
-    std::size_t widest = 31;
-  } cases[] = {
-      // clang-format off
-      {1,  &chn_cfg::bac_cov_inc},  {3,  nullptr},                {3,  nullptr, "7/", "", 33},
-      {3, nullptr, "", "/7", 33}, {4, &chn_cfg::reg_num, "4"}, {4, &chn_cfg::reg_num, "X4", "", 32},
-      {6,  &chn_cfg::bac_type},     {7,  &chn_cfg::instance},     {8,  &chn_cfg::bac_units},
-      {11, &chn_cfg::scl_dev_lo},   {12, &chn_cfg::scl_dev_hi},   {13, &chn_cfg::scl_usr_lo},
-      {14, &chn_cfg::scl_usr_hi},   {15, &chn_cfg::reg_group_en}, {16, &chn_cfg::reg_restart},
-      // clang-format on
-  };
-  for (const auto& row : cases) {
-    const auto line = [&row](std::size_t length) {
-      const std::string ones(length - row.before.size() - row.after.size(), '1');
-      return point({{3, "6"}, {row.field, row.before + ones + row.after}});
-    };
-    const std::string what = std::string("field ").append(std::to_string(row.field));
-    ASSERT_EQ(read(line(row.widest)), csv_read) << what << log_;
-    EXPECT_TRUE(!row.member || (modUnits->chn_list->*row.member).view().size() == 31) << what;
-    EXPECT_EQ(read(point() + line(row.widest + 1) + point()), csv_field_too_long) << what;
-    EXPECT_EQ(log_, "Line 2: " + what + " is longer than 31 characters, exiting.");
-    const char* unit_6 = row.field <= 3 ? "" : row.field < 10 ? " 6[]" : " 6[40001]";
-    EXPECT_EQ(list_text(modUnits), std::string("5[40001]") + unit_6) << what;
-  }
-  const std::string wide(300, '1');
-  for (const changes& fields : {changes{{0, wide}, {5, wide}, {10, wide}},
-                                {{16, "0," + wide}},
-                                {{5, "Bit16"}, {15, wide}}}) {
-    EXPECT_EQ(read(point(fields)), csv_read) << log_;
-  }
-}
-
 TEST_F(MappingReader, LinesThatAddNoChannel) {
   const std::pair<std::string, std::string> cases[] = {
       {"", ""},
@@ -226,45 +164,6 @@ TEST_F(MappingReader, AFailureLeavesWhatWasReadInOrder) {
     EXPECT_EQ(log_, row.log) << row.what;
     EXPECT_EQ(list_text(modUnits), row.list) << row.what;
   }
-}
-
-TEST_F(MappingReader, AFileThatCannotBeOpened) {
-  const temporary_file place;
-  ::unlink(place.path().c_str());
-  sockaddr_un address = {};
-  address.sun_family = AF_UNIX;
-  place.path().copy(address.sun_path, sizeof address.sun_path - 1);
-  const int socket = ::socket(AF_UNIX, SOCK_STREAM, 0);
-  ASSERT_EQ(::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-  ::close(socket);
-  const std::pair<std::string, int> cases[] = {
-      {"", csv_not_examined},
-      {place.path() + "_missing", csv_not_examined},
-      {file_.path() + "/below_a_file", csv_not_examined},
-      {testing::TempDir(), csv_not_opened},
-      {place.path(), csv_not_opened},  // a socket
-  };
-  for (const auto& [path, result] : cases) {
-    EXPECT_EQ(read_path(path), result) << path;
-    EXPECT_EQ(log_, "Unable to open csv file, exiting.") << path;
-    EXPECT_EQ(modUnits, nullptr);
-  }
-  EXPECT_EQ(read_path("/proc/self/mem"), csv_read) << "a read error is the end";
-}
-
-TEST_F(MappingReader, AUnitHolds32767Channels) {
-  std::string content;
-  for (int line = 32767; line > 0; --line) {
-    content.append("0,1,N,5,").append(std::to_string(400000 + line)) += ",T,T,1,U,0,0\n";
-  }
-  ASSERT_EQ(read(content + point({}, 10) + point({{3, "6"}})), csv_read);
-  const std::string list = list_text(modUnits);
-  EXPECT_THAT(list, testing::StartsWith("5[400001 400002 "));
-  EXPECT_THAT(list, testing::EndsWith(" 432766 432767] 6[40001]"));
-  EXPECT_EQ(list.find('!'), list.npos);
-  ASSERT_EQ(read(content + point({{3, "6"}}) + point()), csv_too_many_channels);
-  EXPECT_EQ(log_, "Line 32769: more than 32767 channels in one unit, exiting.");
-  EXPECT_TRUE(list_text(modUnits) == list);
 }
 
 TEST_F(MappingReader, ASecondReadReplacesTheFirst) {

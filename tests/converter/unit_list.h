@@ -1,18 +1,12 @@
-// What the tests of the converter share: a mapping file on disk and a unit list as one line of
-// text.
+// A unit list as one line of text, for the tests of the converter.
 #pragma once
 
 #include <syslog.h>
-#include <unistd.h>
 
-#include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <string>
-#include <string_view>
 
 #include "cfg/records.h"
-#include "gtest/gtest.h"
+#include "support/temporary_file.h"
 
 namespace ruvex {
 
@@ -41,32 +35,5 @@ inline std::string list_text(const unit_cfg* head) {
   }
   return text;
 }
-
-inline std::string file_content(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
-// A file with a name of its own, which goes with the object.
-class temporary_file {
- public:
-  temporary_file() : path_(testing::TempDir() + "ruvex_test_XXXXXX") {
-    const int descriptor = ::mkstemp(path_.data());
-    if (descriptor < 0) std::abort();
-    ::close(descriptor);
-  }
-  ~temporary_file() { ::unlink(path_.c_str()); }
-  temporary_file(const temporary_file&) = delete;
-  temporary_file& operator=(const temporary_file&) = delete;
-
-  const std::string& path() const { return path_; }
-  const char* filled_with(std::string_view content) const {
-    std::ofstream(path_, std::ios::binary) << content;
-    return path_.c_str();
-  }
-
- private:
-  std::string path_;
-};
 
 }  // namespace ruvex
