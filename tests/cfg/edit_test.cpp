@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <set>
 #include <string>
@@ -14,15 +15,17 @@
 namespace ruvex {
 namespace {
 
-// The names in a list, in order.
+using name_list = std::vector<std::string>;
+
+// Whether the list holds the records of these names, in this order from either end.
 template <class Record>
-std::vector<std::string> names(const Record* head, int count) {
-  std::vector<std::string> found;
-  std::string wrong;
-  add_list(wrong, head, count,
-           [&](const Record& record) { found.emplace_back(record.name.view()); });
-  if (!wrong.empty()) found.push_back(wrong);
-  return found;
+bool holds(const Record* head, int count, const name_list& names) {
+  const Record* previous = nullptr;
+  for (const std::string& name : names) {
+    if (head == nullptr || head->prev != previous || head->name != name) return false;
+    previous = std::exchange(head, head->next);
+  }
+  return head == nullptr && count == static_cast<int>(names.size());
 }
 
 // A document, and beside it, as plain lists of names, what it must hold.
@@ -33,6 +36,7 @@ class edited_document {
     const int at = any(doc_->unit_count);
     unit_cfg* unit = get_unit_ptr(doc_.get(), at);
     if (unit == nullptr) return add_unit();
+    name_list& channels = *(channels_.begin() + at);
     chn_cfg* chn = get_chn_ptr(unit, any(unit->chn_count));
     switch (any(9)) {
       case 0:
@@ -42,11 +46,11 @@ class edited_document {
         return any(2) == 0 || del_unit(unit, at);
       case 3:
       case 4:
-        return unit->chn_count > 12 || add_channel(unit, at);
+        return unit->chn_count > 12 || add_channel(unit, channels);
       case 5:
-        return chn == nullptr || del_channel(unit, at, chn);
+        return chn == nullptr || del_channel(unit, channels, chn);
       case 6:
-        return chn == nullptr || swap(unit->chn_list, chn, swap_chn_cfg, channels_[at]);
+        return chn == nullptr || swap(unit->chn_list, chn, swap_chn_cfg, channels);
       case 7:
         return swap(doc_->unit_list, unit, swap_unit_cfg, units_, &channels_);
       default:
@@ -54,18 +58,16 @@ class edited_document {
     }
   }
   bool is_as_expected() const {
-    if (names(doc_->unit_list, doc_->unit_count) != units_) return false;
+    if (!holds(doc_->unit_list, doc_->unit_count, units_)) return false;
     const unit_cfg* unit = doc_->unit_list;
-    for (const auto& channels : channels_) {
-      if (names(unit->chn_list, unit->chn_count) != channels) return false;
+    for (const name_list& channels : channels_) {
+      if (!holds(unit->chn_list, unit->chn_count, channels)) return false;
       unit = unit->next;
     }
     return true;
   }
 
  private:
-  using name_list = std::vector<std::string>;
-
   int any(int count) { return count == 0 ? 0 : static_cast<int>(random_() % unsigned(count)); }
   // Where a record comes to stand that is linked after `pos`; -1 where it is refused.
   static int place(int pos, int count) {
@@ -92,12 +94,12 @@ class edited_document {
     }
     return channels.size() == (type == 1 ? 8U : 0U);
   }
-  bool add_channel(unit_cfg* unit, int at) {
+  bool add_channel(unit_cfg* unit, name_list& channels) {
     const int pos = any(unit->chn_count + 4) - 2;
-    const int channel = place(pos, unit->chn_count);
+    const int at = place(pos, unit->chn_count);
     chn_cfg* chn = add_chn_cfg(unit, pos, 0, 12, 1);
-    if (chn == nullptr || channel < 0) return chn == nullptr && channel < 0;
-    channels_[at].insert(channels_[at].begin() + channel, give_name(*chn));
+    if (chn == nullptr || at < 0) return chn == nullptr && at < 0;
+    channels.insert(channels.begin() + at, give_name(*chn));
     return true;
   }
   bool del_unit(unit_cfg* unit, int at) {
@@ -108,8 +110,8 @@ class edited_document {
     channels_.erase(channels_.begin() + at);
     return true;
   }
-  bool del_channel(unit_cfg* unit, int at, chn_cfg* chn) {
-    std::erase(channels_[at], chn->name.view());
+  bool del_channel(unit_cfg* unit, name_list& channels, chn_cfg* chn) {
+    std::erase(channels, chn->name.view());
     del_chn_cfg(unit, chn);
     return true;
   }
@@ -121,8 +123,9 @@ class edited_document {
     Record* const head_before = head;
     if (move(record) != (at == 0 ? -1 : 0) || head != head_before) return false;
     if (at == 1) head = record;
-    if (at > 0) std::swap(list[at], list[at - 1]);
-    if (at > 0 && lists != nullptr) std::swap((*lists)[at], (*lists)[at - 1]);
+    if (at < 1) return true;
+    std::iter_swap(list.begin() + at, list.begin() + at - 1);
+    if (lists != nullptr) std::iter_swap(lists->begin() + at, lists->begin() + at - 1);
     return true;
   }
   // Of a unit to be dropped, of the document to live on alone.
@@ -169,9 +172,9 @@ yax_cfg_ptr abc_document() {
 }
 template <class Record>
 std::string order(const Record* head, int count) {
-  std::string all;
-  for (const std::string& name : names(head, count)) all += name;
-  return all;
+  std::string names;
+  add_list(names, head, count, [&names](const Record& record) { names += record.name.view(); });
+  return names;
 }
 
 TEST(Edit, MovesARecordOnePlaceTowardsTheHead) {
@@ -237,11 +240,11 @@ TEST(Edit, ACopySharesNothingWithItsSource) {
 TEST(Edit, CopiesOfAUnitKeepItsNeighboursAndOfNothingAreEmpty) {
   const yax_cfg_ptr doc = abc_document();
   unit_cfg* source = get_unit_ptr(doc.get(), 1);
-  for (const std::size_t channels : {3U, 0U}) {
+  for (const char* channels : {"abc", ""}) {
     const unit_cfg_ptr copy(copy_unit_cfg(source));
     EXPECT_EQ(copy->prev, doc->unit_list);
     EXPECT_EQ(copy->next, source->next);
-    EXPECT_EQ(names(copy->chn_list, copy->chn_count).size(), channels);
+    EXPECT_EQ(order(copy->chn_list, copy->chn_count), channels);
     EXPECT_EQ(unit_text(*copy), unit_text(*source));
     while (source->chn_list != nullptr) del_chn_cfg(source, source->chn_list);
   }

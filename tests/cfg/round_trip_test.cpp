@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <random>
 #include <string>
 #include <string_view>
@@ -109,22 +110,18 @@ yax_cfg_ptr expected_back(const yax_cfg& doc) {
 
 TEST(RoundTrip, AnyDocumentComesBackButForWhatIsLeftOut) {
 #ifdef __arm__
-  constexpr int documents = 100;  // emulated, as a rule
+  constexpr int documents = 50;  // emulated, as a rule
 #else
-  constexpr int documents = 1000;
+  constexpr int documents = 300;
 #endif
   random_documents random;
   for (int count = 0; count < documents; ++count) {
     const yax_cfg_ptr doc = random.next();
     const yax_cfg_ptr back = read(written(*doc));
     ASSERT_NE(back, nullptr) << document_text(*doc);
-    const yax_cfg_ptr expected = expected_back(*doc);
-    ASSERT_EQ(document_text(*back), document_text(*expected));
-    const std::string again = written(*back);
-    ASSERT_EQ(again, written(*expected));
-    const yax_cfg_ptr third = read(again);
-    ASSERT_NE(third, nullptr);
-    ASSERT_EQ(written(*third), again);
+    ASSERT_EQ(document_text(*back), document_text(*expected_back(*doc)));
+    fall_back(*doc);
+    ASSERT_EQ(written(*back), written(*doc));
   }
 }
 

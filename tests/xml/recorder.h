@@ -66,8 +66,10 @@ struct outcome {
     return text;
   }
   std::string text() const {
-    return "error " + std::to_string(error) + " on line " + std::to_string(line) + ": " +
-           event_text();
+    std::string text = "error ";
+    (text += std::to_string(error)) += " on line ";
+    (text += std::to_string(line)) += ": ";
+    return text += event_text();
   }
 };
 
@@ -79,13 +81,14 @@ inline std::string event_line(int handler, std::int32_t event, const char* name,
                               const char* attribute, const char* value, std::int32_t line) {
   static constexpr const char* kinds[] = {"end", "attr", "attrs-end", "content", "start"};
   const auto text = [](const char* bytes) { return bytes ? printable(bytes) : "(null)"; };
-  std::string result = std::to_string(handler) + " " + kinds[event] + " " + text(name);
+  std::string result = std::to_string(handler);
+  (((result += " ") += kinds[event]) += " ") += text(name);
   const bool has_attribute = event == SIMPLE_XML_EVENT_ATTRIBUTE;
   const bool has_value = has_attribute || event == SIMPLE_XML_EVENT_CONTENT;
-  if (has_attribute || attribute != nullptr) result += " " + text(attribute) + "=";
+  if (has_attribute || attribute != nullptr) ((result += " ") += text(attribute)) += "=";
   if (has_value && !has_attribute) result += " ";
   if (has_value || value != nullptr) result += text(value);
-  if (line != 0) result += "@" + std::to_string(line);
+  if (line != 0) (result += "@") += std::to_string(line);
   return result;
 }
 

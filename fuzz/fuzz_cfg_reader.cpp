@@ -1,0 +1,124 @@
+// From the bytes of a configuration document to records, to a document, and back again. Whatever
+// the bytes, what is read is sound, and what is written of it reads back the same where no text
+// breaks the format.
+
+#include <cstdint>
+#include <cstdio>
+#include <string>
+#include <string_view>
+
+#include "cfg/doc_defaults.h"
+#include "cfg/fields.h"
+#include "cfg/xml_reader.h"
+#include "cfg/xml_writer.h"
+#include "memory_file.h"
+
+namespace ruvex {
+namespace {
+
+// Calls `visit` with every setting of a record that the format carries.
+template <class Record, class Rows, class Visit>
+void visit_settings(const Record& record, const Rows& rows, Visit visit) {
+  for (const auto& row : rows) {
+    if (row.use == field_use::written) visit(row.view(record).view());
+  }
+}
+template <class Visit>
+void visit_document(const yax_cfg& doc, Visit visit) {
+  visit_settings(doc, doc_attributes, visit);
+  visit_settings(doc, doc_elements, visit);
+  for (const unit_cfg* unit = doc.unit_list; unit != nullptr; unit = unit->next) {
+    visit_settings(*unit, unit_attributes, visit);
+    for (const chn_cfg* chn = unit->chn_list; chn != nullptr; chn = chn->next) {
+      visit_settings(*chn, chn_attributes, visit);
+      visit_settings(*chn, chn_elements, visit);
+    }
+  }
+}
+
+// The length of a list, whose links and count are checked.
+template <class Record>
+void check_list(const Record* head, std::int16_t count) {
+  const Record* previous = nullptr;
+  std::int32_t found = 0;
+  for (const Record* at = head; at != nullptr; previous = at, at = at->next, ++found) {
+    require(at->prev == previous, "records are linked both ways");
+  }
+  require(found == count, "the count is right");
+}
+void check(const yax_cfg& doc) {
+  check_list(doc.unit_list, doc.unit_count);
+  for (const unit_cfg* unit = doc.unit_list; unit != nullptr; unit = unit->next) {
+    check_list(unit->chn_list, unit->chn_count);
+  }
+}
+
+// Whether a document of these texts can be read.
+bool keeps_format(const yax_cfg& doc) {
+  bool keeps = true;
+  visit_document(doc, [&keeps](std::string_view text) {
+    if (text.find_first_of("&<>\"'") != std::string_view::npos) keeps = false;
+  });
+  return keeps;
+}
+
+// All that the format carries of a document, its shape included.
+std::string content(const yax_cfg& doc) {
+  std::string all;
+  visit_document(doc, [&all](std::string_view text) { (all += text) += '\0'; });
+  for (const unit_cfg* unit = doc.unit_list; unit != nullptr; unit = unit->next) {
+    all += std::to_string(unit->chn_count) + ' ';
+  }
+  return all;
+}
+
+std::string written(const yax_cfg& doc, const memory_file& file) {
+  require(write_xml_cfg(&doc, file.path()) == 0 && xml_write_error == 0, "it is written");
+  return file.content();
+}
+
+// Brings a document to what is read of it again: settings of the document that are empty are those
+// by default, units of other masters and all but the first of the system points are left out.
+void leave_out(yax_cfg& doc) {
+  yax_cfg defaults = {};
+  init_yax_cfg(&defaults);
+  for (const auto& row : doc_elements) {
+    if (row.view(doc).length() == 0) row.ref(doc).assign(row.view(defaults).view());
+  }
+  for (unit_cfg *unit = doc.unit_list, *next = nullptr; unit != nullptr; unit = next) {
+    next = unit->next;
+    if (unit->type == "MODBUS" || unit->type == "MODBUS_TCP") {
+      if (doc.unit_list == unit) doc.unit_list = next;
+      --doc.unit_count;
+      del_unit_cfg(unit);
+    } else if (unit->type == "VIRTUAL" && unit->address == "9") {
+      while (unit->chn_count > 1) del_chn_cfg(unit, unit->chn_list->next);
+    }
+  }
+}
+
+void run(const std::uint8_t* data, std::size_t size) {
+  const memory_file given, copy, again;
+  given.write(data, size);
+  const yax_cfg_ptr doc(read_xml_cfg(given.path()));
+  if (doc == nullptr) return;
+  check(*doc);
+  written(*doc, copy);
+  const yax_cfg_ptr back(read_xml_cfg(copy.path()));
+  if (back != nullptr) check(*back);
+  if (!keeps_format(*doc)) return;
+  require(back != nullptr, "what was written can be read");
+  leave_out(*doc);
+  require(content(*back) == content(*doc), "what was written reads back the same");
+  require(written(*back, copy) == written(*doc, again), "it is written the same again");
+}
+
+}  // namespace
+}  // namespace ruvex
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  // Refused documents are reported on the stream; the sanitizers write to its descriptor.
+  static const bool quiet = (stderr = std::fopen("/dev/null", "w")) != nullptr;
+  if (quiet) ruvex::run(data, size);
+  return 0;
+}
