@@ -1,55 +1,18 @@
 // From the bytes of a mapping file to the bytes of a unit file. Whatever the bytes, the lists are
 // sound, and a read that succeeds writes every point line once.
 
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 
 #include "cfg/decimal.h"
 #include "cfg/xml_writer.h"
 #include "converter/mapping_reader.h"
+#include "memory_file.h"
 
 namespace ruvex {
 namespace {
-
-void require(bool holds, const char* what) {
-  if (holds) return;
-  std::fprintf(stderr, "violated: %s\n", what);
-  std::abort();
-}
-
-// A file in memory that has a path.
-class memory_file {
- public:
-  memory_file() : descriptor_(::memfd_create("fuzz", 0)) {
-    require(descriptor_ >= 0, "a memory file can be made");
-    path_ = "/proc/self/fd/" + std::to_string(descriptor_);
-  }
-  ~memory_file() { ::close(descriptor_); }
-  memory_file(const memory_file&) = delete;
-  memory_file& operator=(const memory_file&) = delete;
-
-  void write(const std::uint8_t* data, std::size_t size) const {
-    require(::write(descriptor_, data, size) == static_cast<ssize_t>(size), "it can be written");
-  }
-  std::string content() const {
-    std::string bytes(static_cast<std::size_t>(::lseek(descriptor_, 0, SEEK_END)), '\0');
-    require(
-        ::pread(descriptor_, bytes.data(), bytes.size(), 0) == static_cast<ssize_t>(bytes.size()),
-        "it can be read");
-    return bytes;
-  }
-  const char* path() const { return path_.c_str(); }
-
- private:
-  int descriptor_;
-  std::string path_;
-};
 
 // Point lines have at least eleven fields; counted here without the converter's splitter.
 std::size_t point_lines(std::string_view bytes) {

@@ -363,7 +363,8 @@ int readNextTagToken(SimpleXmlParser* parser) noexcept {
 
 void countLineBreaks(SimpleXmlParser* parser) noexcept {
   const char* const end = end_of(parser);
-  const char* const stop = std::min(position(parser), end);
+  const char* const stop =
+      parser->inputData + std::clamp(parser->inputPosition, 0, parser->inputLength);
   const char* at = parser->inputData + parser->linePosition;
   if (at >= stop) return;
   std::int32_t breaks = 0;
