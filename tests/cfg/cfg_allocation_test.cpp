@@ -1,8 +1,6 @@
-// Every allocation of an operation fails once. The program is linked with the allocation functions
-// wrapped (see CMakeLists.txt), so that the calls of the library under test arrive here.
+// Every allocation of an operation fails once.
 #include <gtest/gtest.h>
 
-#include <cerrno>
 #include <cstddef>
 #include <memory>
 #include <string>
@@ -11,52 +9,8 @@
 #include "cfg/document_text.h"
 #include "cfg/edit.h"
 #include "cfg/xml_reader.h"
+#include "support/failing_allocations.h"
 #include "support/temporary_file.h"
-
-namespace {
-
-bool watching = false;
-int calls = 0;  // allocations while watching
-int failing_call = 0;
-int live_blocks = 0;  // allocated and not freed while watching
-
-void* counted(void* block) {
-  if (watching && block != nullptr) ++live_blocks;
-  return block;
-}
-bool fails() {
-  if (!watching || calls++ != failing_call) return false;
-  errno = ENOMEM;
-  return true;
-}
-
-}  // namespace
-
-extern "C" {
-void* __real_malloc(std::size_t size);
-void* __real_calloc(std::size_t count, std::size_t size);
-void* __real_realloc(void* block, std::size_t size);
-void* __real_aligned_alloc(std::size_t alignment, std::size_t size);
-void __real_free(void* block);
-
-void* __wrap_malloc(std::size_t size) {
-  return fails() ? nullptr : counted(__real_malloc(size));
-}
-void* __wrap_calloc(std::size_t count, std::size_t size) {
-  return fails() ? nullptr : counted(__real_calloc(count, size));
-}
-void* __wrap_realloc(void* block, std::size_t size) {
-  if (fails()) return nullptr;
-  return block == nullptr ? counted(__real_realloc(block, size)) : __real_realloc(block, size);
-}
-void* __wrap_aligned_alloc(std::size_t alignment, std::size_t size) {
-  return fails() ? nullptr : counted(__real_aligned_alloc(alignment, size));
-}
-void __wrap_free(void* block) {
-  if (watching && block != nullptr) --live_blocks;
-  __real_free(block);
-}
-}
 
 namespace ruvex {
 namespace {

@@ -1,6 +1,4 @@
-// Every allocation of a run fails once. The program is linked with the allocation functions wrapped
-// (see CMakeLists.txt), so that the calls of the libraries under test arrive here.
-#include <cerrno>
+// Every allocation of a run fails once.
 #include <cstddef>
 #include <set>
 #include <string>
@@ -10,58 +8,7 @@
 #include "converter/mapping_reader.h"
 #include "converter/unit_list.h"
 #include "gmock/gmock.h"
-
-namespace {
-
-constexpr int never = -1;
-
-bool watching = false;
-int calls = 0;  // allocations while watching
-int failing_call = never;
-const char* failed = nullptr;  // the function that failed
-int live_blocks = 0;           // allocated and not freed while watching
-
-bool fails(const char* function) {
-  if (!watching || calls++ != failing_call) return false;
-  failed = function;
-  errno = ENOMEM;
-  return true;
-}
-
-void* counted(void* block) {
-  if (watching && block != nullptr) ++live_blocks;
-  return block;
-}
-
-using comparison = int (*)(const void*, const void*);
-
-}  // namespace
-
-extern "C" {
-void* __real_malloc(std::size_t size);
-void* __real_calloc(std::size_t count, std::size_t size);
-void* __real_realloc(void* block, std::size_t size);
-void __real_free(void* block);
-void* __real_tsearch(const void* key, void** root, comparison compare);
-
-void* __wrap_malloc(std::size_t size) {
-  return fails("malloc") ? nullptr : counted(__real_malloc(size));
-}
-void* __wrap_calloc(std::size_t count, std::size_t size) {
-  return fails("calloc") ? nullptr : counted(__real_calloc(count, size));
-}
-void* __wrap_realloc(void* block, std::size_t size) {
-  if (fails("realloc")) return nullptr;
-  return block == nullptr ? counted(__real_realloc(block, size)) : __real_realloc(block, size);
-}
-void __wrap_free(void* block) {
-  if (watching && block != nullptr) --live_blocks;
-  __real_free(block);
-}
-void* __wrap_tsearch(const void* key, void** root, comparison compare) {
-  return fails("tsearch") ? nullptr : __real_tsearch(key, root, compare);
-}
-}
+#include "support/failing_allocations.h"
 
 namespace ruvex {
 namespace {

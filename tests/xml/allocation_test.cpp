@@ -1,55 +1,12 @@
-// Every allocation of a parse fails once. The program is linked with the allocation functions
-// wrapped (see CMakeLists.txt), so that the parser's calls arrive here.
+// Every allocation of a parse fails once.
 #include <cstddef>
 #include <set>
 #include <string>
 #include <utility>
 
 #include "gmock/gmock.h"
+#include "support/failing_allocations.h"
 #include "xml/parser.h"
-
-namespace {
-
-bool watching = false;
-int calls = 0;  // allocations while watching
-int failing_call = -1;
-const char* failed = nullptr;  // the function that failed
-int live_blocks = 0;           // allocated and not freed while watching
-
-bool fails(const char* function) {
-  if (!watching || calls++ != failing_call) return false;
-  failed = function;
-  return true;
-}
-
-void* counted(void* block) {
-  if (watching && block != nullptr) ++live_blocks;
-  return block;
-}
-
-}  // namespace
-
-extern "C" {
-void* __real_malloc(std::size_t size);
-void* __real_calloc(std::size_t count, std::size_t size);
-void* __real_realloc(void* block, std::size_t size);
-void __real_free(void* block);
-
-void* __wrap_malloc(std::size_t size) {
-  return fails("malloc") ? nullptr : counted(__real_malloc(size));
-}
-void* __wrap_calloc(std::size_t count, std::size_t size) {
-  return fails("calloc") ? nullptr : counted(__real_calloc(count, size));
-}
-void* __wrap_realloc(void* block, std::size_t size) {
-  if (fails("realloc")) return nullptr;
-  return block == nullptr ? counted(__real_realloc(block, size)) : __real_realloc(block, size);
-}
-void __wrap_free(void* block) {
-  if (watching && block != nullptr) --live_blocks;
-  __real_free(block);
-}
-}
 
 namespace ruvex {
 namespace {
