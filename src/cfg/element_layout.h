@@ -83,7 +83,7 @@ class element_layout {
 
   // The children alone, at `level`.
   explicit element_layout(unsigned level) noexcept {
-    static_assert(Attributes.size() == 0 || Elements.size() != 0);
+    static_assert(Attributes.size() == 0, "they belong to a start tag");
     add_elements(level);
     sum_bound();
   }
