@@ -49,7 +49,6 @@ exit_status convert(const char* csv_path, const char* xml_path) {
   if (write_xml_unit_cfg(modUnits, xml_path) != 0 || xml_write_error != 0) {
     return report_failed_write(xml_path);
   }
-  log_signals();
   return finish(exit_success);
 }
 
