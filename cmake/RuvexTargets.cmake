@@ -8,6 +8,7 @@ target_compile_definitions(ruvex_options INTERFACE _FILE_OFFSET_BITS=64 _TIME_BI
 if(RUVEX_SANITIZE)
   target_compile_options(ruvex_options INTERFACE
     -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_compile_definitions(ruvex_options INTERFACE _GLIBCXX_ASSERTIONS)
   target_link_options(ruvex_options INTERFACE -fsanitize=address,undefined)
 else()
   target_compile_options(ruvex_options INTERFACE
