@@ -160,14 +160,18 @@ void start_element(SimpleXmlParser* parser, reader_state& state, const char* nam
 
 template <class Record>
 void store(SimpleXmlParser* parser, reader_state& state, const field<Record>* row, Record& record,
-           const char* value) {
+           std::string_view value) {
   if (row == nullptr || row->ref(record).assign(value)) return;
+  const std::size_t longest = row->view(record).capacity() - 1;
+  if (value.size() <= longest) {
+    return abort_read(parser, state, "value of %s holds a NUL byte", text_of(row->tag));
+  }
   abort_read(parser, state, "value of %s is longer than %zu characters", text_of(row->tag),
-             row->view(record).capacity() - 1);
+             longest);
 }
 
 void store_attribute(SimpleXmlParser* parser, reader_state& state, const char* name,
-                     const char* value) {
+                     std::string_view value) {
   const std::int32_t tag = state.cur_tag == unknown_tag ? no_tag : find_tag(name);
   if (tag < 0) return;
   if (state.cur_tag == tag_doc) {
@@ -180,7 +184,7 @@ void store_attribute(SimpleXmlParser* parser, reader_state& state, const char* n
 }
 
 // The text of a setting. Between the structural elements there is only white space.
-void store_content(SimpleXmlParser* parser, reader_state& state, const char* value) {
+void store_content(SimpleXmlParser* parser, reader_state& state, std::string_view value) {
   const std::int32_t tag = state.cur_tag;
   if (tag == unknown_tag || tag == tag_doc || tag == tag_unit || tag == tag_chn) return;
   const std::int32_t parent = state.tag_val[static_cast<std::size_t>(state.cur_idx) - 1];
@@ -254,15 +258,18 @@ void report(SimpleXmlParser* parser, const reader_state& state) noexcept {
 SimpleXmlTagHandler handler(SimpleXmlParser* parser, std::int32_t event, const char* name,
                             const char* attribute_name, const char* value) {
   auto& state = *static_cast<reader_state*>(simpleXmlGetUserData(parser));
+  const auto text = [&] {
+    return std::string_view(value, static_cast<std::size_t>(parser->valueLength));
+  };
   switch (event) {
     case SIMPLE_XML_EVENT_SUBTAG_START:
       start_element(parser, state, name);
       break;
     case SIMPLE_XML_EVENT_ATTRIBUTE:
-      store_attribute(parser, state, attribute_name, value);
+      store_attribute(parser, state, attribute_name, text());
       break;
     case SIMPLE_XML_EVENT_CONTENT:
-      store_content(parser, state, value);
+      store_content(parser, state, text());
       break;
     case SIMPLE_XML_EVENT_TAG_END:
       pop(state);

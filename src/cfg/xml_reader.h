@@ -25,11 +25,10 @@ extern char yax_xml_parse_error[128];
 //
 // Null, and everything is released, when
 //   - the file cannot be read whole, is empty or is larger than 2^31 - 1 bytes, or memory has run
-//   out
-//     before the parse: nothing is printed;
+//     out before the parse: nothing is printed;
 //   - the XML is malformed, a known element stands where it does not belong, a text is longer than
-//     its setting, a list holds 32767 records already, or memory has run out: one line with the
-//     reason and the line number goes to standard error.
+//     its setting or holds a NUL byte, a list holds 32767 records already, or memory has run out:
+//     one line with the reason and the line number goes to standard error.
 yax_cfg* read_xml_cfg(const char* path) noexcept;
 
 // The handler of every element of a read; its state is the top of the parser's user-data stack.

@@ -26,13 +26,15 @@ int call(SimpleXmlParser* parser, const open_element& element, SimpleXmlEvent ev
 }
 
 // The value of an attribute or a run of content, as handlers get it; the buffer is empty
-// afterwards.
+// afterwards. `readable` as for terminatedTokenText.
 [[gnu::always_inline]] inline int call_with_value(SimpleXmlParser* parser,
                                                   const open_element& element, SimpleXmlEvent event,
-                                                  const char* attribute_name,
-                                                  std::string_view text) {
-  const char* value = terminatedTokenText(parser, text);
-  return value == nullptr ? 0 : call(parser, element, event, attribute_name, value);
+                                                  const char* attribute_name, std::string_view text,
+                                                  std::size_t readable) {
+  const char* value = terminatedTokenText(parser, text, readable);
+  if (value == nullptr) return 0;
+  parser->valueLength = static_cast<std::int32_t>(text.size());
+  return call(parser, element, event, attribute_name, value);
 }
 
 // One parse of an element and of everything in it, level by level. Outside the functions that use
@@ -59,8 +61,9 @@ class element_parser {
   // name is all that the tag has, so that its ">" comes next.
   [[gnu::always_inline]] inline int open(std::string_view name, SimpleXmlTagHandler enclosing,
                                          bool is_plain, bool is_bare) {
-    const std::size_t readable = is_plain ? static_cast<std::size_t>(end_ - name.data()) : 0;
-    if (!elements_.push(name, readable, is_plain)) return fail(parser_, SIMPLE_XML_OUT_OF_MEMORY);
+    if (!elements_.push(name, is_plain ? readable_from(name) : 0, is_plain)) {
+      return fail(parser_, SIMPLE_XML_OUT_OF_MEMORY);
+    }
     if (!is_plain) clearSimpleXmlValueBuffer(parser_->valueBuffer);
     open_element& element = elements_.top();
     const SimpleXmlTagHandler own =
@@ -85,8 +88,9 @@ class element_parser {
       if (nextTagToken(parser_, value) == 0) return 0;
       follow_tokenizer();
       if (parser_->tokenType != TOKEN_ATTRIBUTE) return 1;
+      const std::size_t readable = isInDocument(parser_, value) ? readable_from(value) : 0;
       if (call_with_value(parser_, element, SIMPLE_XML_EVENT_ATTRIBUTE, parser_->attributeName,
-                          value) == 0) {
+                          value, readable) == 0) {
         return 0;
       }
     }
@@ -103,7 +107,7 @@ class element_parser {
       const std::string_view text(at_, static_cast<std::size_t>(stop - at_));
       move_to(stop);
       parser_->tokenType = TOKEN_CONTENT;
-      if (content(element, text) == 0) return 0;
+      if (content(element, text, readable_from(text)) == 0) return 0;
     }
     const char* const at = at_;
     const auto left = static_cast<std::size_t>(end_ - at);
@@ -131,7 +135,7 @@ class element_parser {
         clearSimpleXmlValueBuffer(parser_->valueBuffer);
         return close(element);
       case TOKEN_CONTENT:
-        return content(element, text);
+        return content(element, text, 0);
       default:
         return clearSimpleXmlValueBuffer(parser_->valueBuffer);
     }
@@ -144,8 +148,13 @@ class element_parser {
            equal_bytes(at + 2, element.name, element.name_length);
   }
 
-  int content(const open_element& element, std::string_view text) {
-    return call_with_value(parser_, element, SIMPLE_XML_EVENT_CONTENT, nullptr, text);
+  int content(const open_element& element, std::string_view text, std::size_t readable) {
+    return call_with_value(parser_, element, SIMPLE_XML_EVENT_CONTENT, nullptr, text, readable);
+  }
+
+  // For a text in the document.
+  std::size_t readable_from(std::string_view text) const noexcept {
+    return static_cast<std::size_t>(end_ - text.data());
   }
 
   void follow_tokenizer() noexcept { at_ = parser_->inputData + parser_->inputPosition; }

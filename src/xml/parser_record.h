@@ -64,6 +64,7 @@ struct SimpleXmlParser {
   std::int32_t lineBreaks;            // line breaks before linePosition
   SimpleXmlUserDataStack userDataStack;
   std::int32_t linePosition;  // line breaks are counted when they are asked for, up to here so far
+  std::int32_t valueLength;   // bytes of the value that a handler is being called with
 };
 
 // A handler: a function that is called with every event of an element and that returns, when a
@@ -75,8 +76,8 @@ struct SimpleXmlParser {
 //                   that the event belongs to; valid until that element's TAG_END has returned
 //   attribute_name  NUL-terminated and decoded (ATTRIBUTE); null otherwise
 //   value           NUL-terminated and decoded: the attribute's value (ATTRIBUTE) or a run of
-//   content
-//                   (CONTENT); null otherwise. This and attribute_name are valid during the call
+//                   content (CONTENT); null otherwise. It may hold NULs itself: its bytes are
+//                   parser->valueLength. This and attribute_name are valid during the call
 class SimpleXmlTagHandler {
  public:
   using function = SimpleXmlTagHandler (*)(SimpleXmlParser* parser, std::int32_t event,

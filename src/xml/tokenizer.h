@@ -55,22 +55,20 @@ inline bool isInDocument(const SimpleXmlParser* parser, std::string_view text) n
   return text.data() >= parser->inputData && text.data() <= parser->inputData + parser->inputLength;
 }
 
-// Such a text with a NUL behind it, in the value buffer; null with `error` 2 when memory has run
+// A token's text with a NUL behind it, in the value buffer; null with `error` 2 when memory has run
 // out.
 const char* storeTokenText(SimpleXmlParser* parser, std::string_view text) noexcept;
 
-// The same, quicker for a short text in the document: it is copied with what follows it there.
-inline const char* terminatedTokenText(SimpleXmlParser* parser, std::string_view text) noexcept {
+// The same, quicker for a short text of which `readable` bytes may be read from its start on: it is
+// copied with what follows it there. `readable` is 0 for a text in the value buffer.
+inline const char* terminatedTokenText(SimpleXmlParser* parser, std::string_view text,
+                                       std::size_t readable) noexcept {
   constexpr std::size_t piece = 32;  // less than the buffer's first size
-  const char* const end = parser->inputData + parser->inputLength;
-  SimpleXmlValueBuffer& buffer = *parser->valueBuffer;
-  if (text.size() >= piece || text.data() == buffer.data ||
-      static_cast<std::size_t>(end - text.data()) < piece) {
-    return storeTokenText(parser, text);
-  }
-  std::memcpy(buffer.data, text.data(), piece);
-  buffer.data[text.size()] = '\0';
-  return buffer.data;
+  if (text.size() >= piece || readable < piece) return storeTokenText(parser, text);
+  char* const copy = parser->valueBuffer->data;
+  std::memcpy(copy, text.data(), piece);
+  copy[text.size()] = '\0';
+  return copy;
 }
 
 // Brings `lineBreaks` up to the position.

@@ -108,6 +108,7 @@ TEST(ReadXmlCfg, TakesWhatADocumentGives) {
       {chn("<chn_type>1</chn_type></chn_cfg><chn_cfg><chn_type>1</chn_type><chn_type>2</chn_type><bac_units>3</bac_units>"),
        "{[chn_type='1'][chn_type='2' bac_units='3']}"},
       {chn(all_elements + "<x/><reg_num>1</reg_num>"), "{[reg_num='1']}"},
+      {doc(std::string("\0<x \0y='\0'>\0</x>", 16)), ""},  // NULs where nothing is stored
       // Unknown elements, anywhere and at any depth.
       {doc("<x>1</x><DNS1>1</DNS1><dns>1</dns><dns11>1</dns11><dns1>2</dns1>"), "dns1='2'"},
       {unit("<x name='x'>1</x><chn_cfg name='n'><x name='x'>1<y>2</y></x><reg_num>3</reg_num></chn_cfg><x/>"),
@@ -157,6 +158,11 @@ TEST(ReadXmlCfg, RefusesWithAReasonAndALine) {
       {chn("\n\n<reg_num>" + long32 + "</reg_num>"), "value of reg_num is longer than 31 characters", 3},
       {doc("<dns1>" + long32 + "<!-- -->1</dns1>"), "value of dns1 is longer than 31 characters", 1},
       {doc("<dns1>" + std::string(100000, 'x') + "</dns1>"), "value of dns1 is longer than 31 characters", 1},
+      // With a NUL, from a reference or as it stands.
+      {doc("\n<dns1>1&#0;</dns1>"), "value of dns1 holds a NUL byte", 2},
+      {"<yax_cfg name='&#x;'/>", "value of name holds a NUL byte", 1},
+      {chn("<reg_num>1" + std::string(1, '\0') + "2</reg_num>"), "value of reg_num holds a NUL byte", 1},
+      {doc("<dns1>" + std::string(32, '\0') + "</dns1>"), "value of dns1 is longer than 31 characters", 1},
       // clang-format on
   };
   for (const auto& row : cases) {

@@ -78,7 +78,8 @@ constexpr int handler_after(int elements_started) {
 }
 
 inline std::string event_line(int handler, std::int32_t event, const char* name,
-                              const char* attribute, const char* value, std::int32_t line) {
+                              const char* attribute, std::string_view value,
+                              std::int32_t line) {
   static constexpr const char* kinds[] = {"end", "attr", "attrs-end", "content", "start"};
   const auto text = [](const char* bytes) { return bytes ? printable(bytes) : "(null)"; };
   std::string result = std::to_string(handler);
@@ -87,7 +88,7 @@ inline std::string event_line(int handler, std::int32_t event, const char* name,
   const bool has_value = has_attribute || event == SIMPLE_XML_EVENT_CONTENT;
   if (has_attribute || attribute != nullptr) ((result += " ") += text(attribute)) += "=";
   if (has_value && !has_attribute) result += " ";
-  if (has_value || value != nullptr) result += text(value);
+  if (has_value || value.data() != nullptr) result += printable(value);
   if (line != 0) (result += "@") += std::to_string(line);
   return result;
 }
@@ -120,7 +121,8 @@ class recorder {
     const bool starts = event == SIMPLE_XML_EVENT_SUBTAG_START;
     if (!starts) check_names(name);
     const std::int32_t line = how_.with_lines ? simpleXmlGetLineNumber(parser) : 0;
-    result_.events.push_back(event_line(handler, event, name, attribute, value, line));
+    result_.events.push_back(
+        event_line(handler, event, name, attribute, whole(parser, value), line));
     if (static_cast<int>(result_.events.size()) == how_.abort_at + 1) {
       simpleXmlParseAbort(parser, how_.abort_code);
     }
@@ -129,6 +131,13 @@ class recorder {
     if (how_.ignored == name) return nullptr;
     names_.emplace_back(name, name);
     return handlers[static_cast<std::size_t>(handler_after(++started_))];
+  }
+
+  // A value with the NULs in it.
+  static std::string_view whole(const SimpleXmlParser* parser, const char* value) {
+    if (value == nullptr) return {};
+    const auto length = static_cast<std::size_t>(parser->valueLength);
+    return value[length] == '\0' ? std::string_view(value, length) : "no NUL behind the value";
   }
 
   // The names given at the start of the elements that are open still stand, and the event's is the

@@ -204,9 +204,9 @@ class reference_parser {
     return kind_ == TOKEN_TAG_START || fail(SIMPLE_XML_NO_DOCUMENT_TAG);
   }
 
-  // Handlers see texts up to their first NUL. Returns whether to go on.
+  // Handlers see names up to their first NUL. Returns whether to go on.
   bool call(int handler, SimpleXmlEvent event, const std::string& name,
-            const char* attribute_name = nullptr, const char* value = nullptr) {
+            const char* attribute_name = nullptr, std::string_view value = {}) {
     if (handler == ignoring) return true;
     result_.events.push_back(event_line(handler, event, name.c_str(), attribute_name, value,
                                         how_.with_lines ? line() : 0));
@@ -219,7 +219,7 @@ class reference_parser {
     const bool is_ignored = enclosing == ignoring || how_.ignored == name.c_str();
     const int own = is_ignored ? ignoring : handler_after(++started_);
     while (tag_token() && kind_ == TOKEN_ATTRIBUTE) {
-      if (!call(own, SIMPLE_XML_EVENT_ATTRIBUTE, name, attribute_name_.c_str(), text_.c_str())) {
+      if (!call(own, SIMPLE_XML_EVENT_ATTRIBUTE, name, attribute_name_.c_str(), text_)) {
         return false;
       }
     }
@@ -234,7 +234,7 @@ class reference_parser {
       if (kind_ == TOKEN_TAG_END) return text_ == name || fail(SIMPLE_XML_MISMATCHED_END_TAG);
       if (kind_ == TOKEN_TAG_START && !element(text_, own)) return false;
       if (kind_ == TOKEN_CONTENT &&
-          !call(own, SIMPLE_XML_EVENT_CONTENT, name, nullptr, text_.c_str())) {
+          !call(own, SIMPLE_XML_EVENT_CONTENT, name, nullptr, text_)) {
         return false;
       }
     }
