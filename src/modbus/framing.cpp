@@ -1,0 +1,228 @@
+#include "modbus/framing.h"
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+
+#include "modbus/crc16.h"
+
+namespace ruvex {
+namespace {
+
+constexpr std::uint8_t DLE = 0x10;
+constexpr std::uint8_t STX = 0x02;
+constexpr std::uint8_t ETX = 0x03;
+constexpr std::uint8_t CR = 0x0D;
+constexpr std::uint8_t LF = 0x0A;
+
+bool go_on(mod_ctx& ctx, std::uint8_t last_char) noexcept {
+  ctx.last_char = last_char;
+  return false;
+}
+
+// A frame whose length is known is complete when that many characters are there. The one that tells
+// the length never completes it.
+bool reaches_expected(mod_ctx& ctx, std::uint8_t character) noexcept {
+  return ctx.length >= ctx.expected || go_on(ctx, character);
+}
+
+std::int32_t move_message(const std::uint8_t* frame, std::size_t length,
+                          std::uint8_t* output) noexcept {
+  if (frame != output) std::memmove(output, frame, length);
+  return static_cast<std::int32_t>(length);
+}
+
+// ASCII. The check is the two's complement of the sum of the digits' character codes.
+
+constexpr std::size_t ascii_overhead = 5;  // ":", two digits of the check, CR LF
+
+bool ascii_completes(mod_ctx& ctx, std::uint8_t character) noexcept {
+  return character == LF || go_on(ctx, character);
+}
+
+std::size_t ascii_length(const std::uint8_t*, std::size_t length) noexcept {
+  return 2 * length + ascii_overhead;
+}
+
+// Returns the sum of the two character codes.
+std::uint8_t write_hex(byte_writer& out, std::uint8_t byte) noexcept {
+  constexpr char digits[] = "0123456789ABCDEF";
+  const auto high = static_cast<std::uint8_t>(digits[byte >> 4]);
+  const auto low = static_cast<std::uint8_t>(digits[byte & 0x0F]);
+  out.u8(high);
+  out.u8(low);
+  return static_cast<std::uint8_t>(high + low);
+}
+
+void ascii_frame(byte_reader message, byte_writer& out) noexcept {
+  out.u8(':');
+  std::uint8_t sum = 0;
+  while (message.left() > 0) sum = static_cast<std::uint8_t>(sum + write_hex(out, message.u8()));
+  write_hex(out, static_cast<std::uint8_t>(-sum));
+  out.u8(CR);
+  out.u8(LF);
+}
+
+// Digits are not checked: any character has a value.
+std::uint8_t read_hex(const std::uint8_t* digits) noexcept {
+  const auto value = [](int code) { return code > 0x40 ? code - 55 : code - 48; };
+  return static_cast<std::uint8_t>(value(digits[0]) * 16 | value(digits[1]));
+}
+
+std::int32_t ascii_unframe(const std::uint8_t* frame, std::size_t length,
+                           std::uint8_t* output) noexcept {
+  if (length % 2 == 0 || length < ascii_overhead) return corrupt_frame;
+  const std::size_t count = (length - ascii_overhead) / 2;
+  const std::uint8_t* digits = frame + 1;
+  std::uint8_t sum = 0;
+  for (std::size_t at = 0; at < count; ++at, digits += 2) {
+    sum = static_cast<std::uint8_t>(sum + digits[0] + digits[1]);
+    output[at] = read_hex(digits);  // in place it is behind the digits read
+  }
+  sum = static_cast<std::uint8_t>(sum + read_hex(digits));
+  return sum == 0 ? static_cast<std::int32_t>(count) : corrupt_frame;
+}
+
+// RTU.
+
+constexpr std::size_t crc_size = 2;
+constexpr std::size_t rtu_shortest = 5;  // address, function, exception code, CRC
+
+// Of a response, from its function code; 0 where its byte count tells.
+std::int16_t rtu_expected(std::uint8_t fcn) noexcept {
+  if ((fcn & 0x80) != 0) return rtu_shortest;
+  switch (fcn) {
+    case 1:
+    case 2:
+    case 3:
+    case 4:
+      return 0;
+    case 5:
+    case 6:
+    case 15:
+    case 16:
+      return 8;
+    default:
+      return MOD_LEN_OPEN;
+  }
+}
+
+bool rtu_completes(mod_ctx& ctx, std::uint8_t character) noexcept {
+  if (ctx.expected != 0) return reaches_expected(ctx, character);
+  if (ctx.length == 2) ctx.expected = rtu_expected(character);
+  if (ctx.length == 3) ctx.expected = static_cast<std::int16_t>(character + rtu_shortest);
+  return go_on(ctx, character);
+}
+
+std::size_t rtu_length(const std::uint8_t*, std::size_t length) noexcept {
+  return length + crc_size;
+}
+
+void rtu_frame(byte_reader message, byte_writer& out) noexcept {
+  const std::size_t length = message.left();
+  const std::uint8_t* const bytes = message.take(length);
+  std::uint8_t* const to = out.take(length + crc_size);
+  if (to == nullptr) return;
+  std::memmove(to, bytes, length);
+  const std::uint16_t crc = crc16(bytes, static_cast<std::uint16_t>(length));
+  to[length] = static_cast<std::uint8_t>(crc);
+  to[length + 1] = static_cast<std::uint8_t>(crc >> 8);
+}
+
+std::int32_t rtu_unframe(const std::uint8_t* frame, std::size_t length,
+                         std::uint8_t* output) noexcept {
+  if (length < rtu_shortest) return corrupt_frame;
+  const std::size_t count = length - crc_size;
+  const int received = frame[count] + 256 * frame[count + 1];
+  if (crc16(frame, static_cast<std::uint16_t>(count)) != received) return corrupt_frame;
+  return move_message(frame, count, output);
+}
+
+// DF1.
+
+constexpr std::size_t df1_overhead = 4;
+
+bool df1_completes(mod_ctx& ctx, std::uint8_t character) noexcept {
+  constexpr std::uint8_t start[] = {DLE, STX};
+  if (ctx.length <= 2) {
+    if (character == start[ctx.length - 1]) return go_on(ctx, character);
+    ctx.length = 0;
+    return go_on(ctx, 0);
+  }
+  if (ctx.last_char != DLE) return go_on(ctx, character);
+  return character == ETX || go_on(ctx, character == DLE ? 0 : character);
+}
+
+std::size_t df1_length(const std::uint8_t* message, std::size_t length) noexcept {
+  return length + df1_overhead +
+         static_cast<std::size_t>(std::count(message, message + length, DLE));
+}
+
+void df1_frame(byte_reader message, byte_writer& out) noexcept {
+  out.u8(DLE);
+  out.u8(STX);
+  while (message.left() > 0) {
+    const std::uint8_t byte = message.u8();
+    if (byte == DLE) out.u8(DLE);
+    out.u8(byte);
+  }
+  out.u8(DLE);
+  out.u8(ETX);
+}
+
+std::int32_t df1_unframe(const std::uint8_t* frame, std::size_t length,
+                         std::uint8_t* output) noexcept {
+  if (length < 2 || frame[0] != DLE || frame[1] != STX) return corrupt_frame;
+  std::int32_t count = 0;
+  for (std::size_t at = 2; at < length; ++at) {
+    if (frame[at] == DLE) {
+      if (++at == length) break;
+      if (frame[at] == ETX && at + 1 == length) return count;
+      if (frame[at] != DLE) break;
+    }
+    output[count++] = frame[at];  // in place it is behind the character read
+  }
+  return corrupt_frame;
+}
+
+// TCP: the message is the frame.
+
+bool tcp_completes(mod_ctx& ctx, std::uint8_t character) noexcept {
+  constexpr std::int32_t header_size = 6;
+  if (ctx.expected != 0) return reaches_expected(ctx, character);
+  if (ctx.length == header_size) {
+    ctx.expected = static_cast<std::int16_t>(ctx.buffer[4] * 256 + ctx.buffer[5] + header_size);
+  }
+  return go_on(ctx, character);
+}
+
+std::size_t tcp_length(const std::uint8_t*, std::size_t length) noexcept {
+  return length;
+}
+
+void tcp_frame(byte_reader message, byte_writer& out) noexcept {
+  const std::size_t length = message.left();
+  std::uint8_t* const to = out.take(length);
+  if (to != nullptr) std::memmove(to, message.position(), length);
+}
+
+constexpr framing framings[] = {
+    {ascii_completes, ascii_length, ascii_frame, ascii_unframe},
+    {rtu_completes, rtu_length, rtu_frame, rtu_unframe},
+    {df1_completes, df1_length, df1_frame, df1_unframe},
+    {tcp_completes, tcp_length, tcp_frame, move_message},
+};
+static_assert(std::size(framings) == MOD_TCP + 1);
+
+}  // namespace
+
+const framing* find_framing(std::uint8_t protocol) noexcept {
+  return protocol < std::size(framings) ? &framings[protocol] : nullptr;
+}
+
+bool fits_framed(std::uint8_t protocol, const std::uint8_t* message, std::size_t length) noexcept {
+  const framing* row = find_framing(protocol);
+  return row == nullptr || row->framed_length(message, length) <= mod_buffer_size;
+}
+
+}  // namespace ruvex

@@ -1,0 +1,101 @@
+#include "modbus/transaction.h"
+
+#include "modbus/frame.h"
+#include "modbus/functions.h"
+#include "modbus/master.h"
+#include "modbus/slave.h"
+#include "util/log.h"
+
+namespace ruvex {
+namespace {
+
+using build_message = std::int32_t (*)(std::uint8_t, mod_mex*, std::uint8_t*) noexcept;
+using read_message = std::int32_t (*)(std::uint8_t, mod_mex*, const std::uint8_t*,
+                                      std::int32_t) noexcept;
+
+struct failure {
+  std::uint8_t code;
+  std::int32_t result;
+};
+
+struct reception {
+  read_message read;
+  failure no_frame;
+  failure corrupt;
+  bool keeps_length;  // of a frame that has not become complete
+};
+
+constexpr reception master_reception = {
+    mod_masterBinToMex, {MOD_MASTER_NO_RESPONSE, -1}, {MOD_MASTER_CORRUPT, -1}, false};
+constexpr reception slave_reception = {
+    mod_slaveBinToMex, {MOD_SLAVE_NO_FRAME, -13}, {MOD_SLAVE_CORRUPT, -1}, true};
+
+std::int32_t fail(mod_mex& mex, const failure& what) noexcept {
+  set_exception(mex, what.code);
+  return what.result;
+}
+
+std::int32_t transmit(mod_ctx& ctx, mod_mex& mex, std::uint32_t flags, build_message build,
+                      const failure& not_sent) noexcept {
+  if ((flags & MOD_SKIP_MEX) == 0) {
+    const std::int32_t length = build(ctx.protocol, &mex, ctx.buffer);
+    ctx.length = length;
+    if (length < 0) return -1;
+  }
+  if ((flags & MOD_SKIP_FRAME) == 0) {
+    ctx.tx_length = mod_binToTx(ctx.protocol, ctx.length, ctx.buffer, ctx.tx_buffer);
+    if (ctx.tx_length == 0 && ctx.length != 0) return fail(mex, not_sent);
+  }
+  if ((flags & MOD_SKIP_TX) != 0) return 0;
+  const bool is_sent = ctx.send_fn(ctx.handle, ctx.tx_buffer, ctx.tx_length) != -1;
+  return is_sent ? 0 : fail(mex, not_sent);
+}
+
+std::int32_t receive(mod_ctx& ctx, mod_mex& mex, std::uint32_t flags,
+                     const reception& how) noexcept {
+  if ((flags & MOD_SKIP_RX) == 0 && mod_waitPacket(&ctx) < 0) {
+    if (!how.keeps_length) ctx.length = -1;
+    return fail(mex, how.no_frame);
+  }
+  if ((flags & MOD_SKIP_FRAME) == 0) {
+    ctx.length = mod_rxToBin(ctx.protocol, ctx.length, ctx.buffer, ctx.buffer);
+    if (ctx.length < 0) return fail(mex, how.corrupt);
+  }
+  if ((flags & MOD_SKIP_MEX) != 0) return 0;
+  return how.read(ctx.protocol, &mex, ctx.buffer, ctx.length);
+}
+
+}  // namespace
+
+std::int32_t mod_masterTx(mod_ctx* ctx, mod_mex* mex, std::uint32_t flags) noexcept {
+  return transmit(*ctx, *mex, flags, mod_masterMexToBin, {MOD_MASTER_NOT_SENT, -1});
+}
+
+std::int32_t mod_masterRx(mod_ctx* ctx, mod_mex* mex, std::uint32_t flags) noexcept {
+  return receive(*ctx, *mex, flags, master_reception);
+}
+
+std::int32_t mod_masterTxRx(mod_ctx* ctx, mod_mex* mex) noexcept {
+  const mod_mex request = *mex;
+  if (mod_masterTx(ctx, mex, 0) != 0) return mex->data[0];
+  if (mod_masterRx(ctx, mex, 0) == 0) return 0;
+  *mex = request;
+  SysLog("COM Retry: slave %d\n", mex->addr);
+  if (mod_masterTx(ctx, mex, 0) != 0) return mex->data[0];
+  if (mod_masterRx(ctx, mex, 0) == 0) {
+    SysLog("COM Retry: success");
+    return 0;
+  }
+  SysLog("COM Retry: failure");
+  return mex->data[0];
+}
+
+std::int32_t mod_slaveRx(mod_ctx* ctx, mod_mex* mex, std::uint32_t flags) noexcept {
+  return receive(*ctx, *mex, flags, slave_reception);
+}
+
+std::int32_t mod_slaveTx(mod_ctx* ctx, mod_mex* mex, std::uint32_t flags) noexcept {
+  return transmit(*ctx, *mex, flags, mod_slaveMexToBin, {MOD_SLAVE_NOT_SENT, -14});
+}
+
+}  // namespace ruvex

@@ -1,0 +1,74 @@
+#include "modbus/transport.h"
+
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstddef>
+#include <cstring>
+
+namespace ruvex {
+namespace {
+
+template <class Call>
+ssize_t uninterrupted(Call call) noexcept {
+  ssize_t result = call();
+  while (result < 0 && errno == EINTR) result = call();
+  return result;
+}
+
+}  // namespace
+
+void mod_bufferedInit(mod_buffered* buffered, void* handle, mod_recv_fn recv_fn,
+                      mod_send_fn send_fn) noexcept {
+  buffered->handle = handle;
+  buffered->recv_fn = recv_fn;
+  buffered->send_fn = send_fn;
+  mod_bufferedClear(buffered);
+}
+
+void mod_bufferedClear(mod_buffered* buffered) noexcept {
+  buffered->next = 0;
+  buffered->end = 0;
+}
+
+std::int32_t mod_bufferedRecv(void* buffered, void* buffer, std::int32_t length) noexcept {
+  auto& held = *static_cast<mod_buffered*>(buffered);
+  if (held.next == held.end) {
+    const std::int32_t got = held.recv_fn(held.handle, held.bytes, mod_buffer_size);
+    if (got < 1) return -1;
+    held.next = 0;
+    held.end = std::min(got, mod_buffer_size);
+  }
+  const std::int32_t count = std::clamp(length, 0, held.end - held.next);
+  std::memcpy(buffer, held.bytes + held.next, static_cast<std::size_t>(count));
+  held.next += count;
+  return count;
+}
+
+std::int32_t mod_bufferedSend(void* buffered, const void* buffer, std::int32_t length) noexcept {
+  const auto& below = *static_cast<const mod_buffered*>(buffered);
+  return below.send_fn(below.handle, buffer, length);
+}
+
+std::int32_t mod_socketRecv(void* descriptor, void* buffer, std::int32_t length) noexcept {
+  const int fd = *static_cast<const int*>(descriptor);
+  const ssize_t got = uninterrupted(
+      [&] { return ::recv(fd, buffer, static_cast<std::size_t>(std::max(length, 0)), 0); });
+  return got < 1 ? -1 : static_cast<std::int32_t>(got);
+}
+
+std::int32_t mod_socketSend(void* descriptor, const void* buffer, std::int32_t length) noexcept {
+  const int fd = *static_cast<const int*>(descriptor);
+  const auto* next = static_cast<const char*>(buffer);
+  for (std::int32_t left = length; left > 0;) {
+    const ssize_t sent = uninterrupted(
+        [&] { return ::send(fd, next, static_cast<std::size_t>(left), MSG_NOSIGNAL); });
+    if (sent < 0) return -1;
+    next += sent;
+    left -= static_cast<std::int32_t>(sent);
+  }
+  return length;
+}
+
+}  // namespace ruvex
