@@ -26,9 +26,15 @@ bool reaches_expected(mod_ctx& ctx, std::uint8_t character) noexcept {
   return ctx.length >= ctx.expected || go_on(ctx, character);
 }
 
+void copy_message(byte_reader message, byte_writer& out) noexcept {
+  const std::size_t length = message.left();
+  std::uint8_t* const to = out.take(length);
+  if (to != nullptr && length != 0) std::memmove(to, message.position(), length);
+}
+
 std::int32_t move_message(const std::uint8_t* frame, std::size_t length,
                           std::uint8_t* output) noexcept {
-  if (frame != output) std::memmove(output, frame, length);
+  if (frame != output && length != 0) std::memmove(output, frame, length);
   return static_cast<std::int32_t>(length);
 }
 
@@ -119,14 +125,10 @@ std::size_t rtu_length(const std::uint8_t*, std::size_t length) noexcept {
 }
 
 void rtu_frame(byte_reader message, byte_writer& out) noexcept {
-  const std::size_t length = message.left();
-  const std::uint8_t* const bytes = message.take(length);
-  std::uint8_t* const to = out.take(length + crc_size);
-  if (to == nullptr) return;
-  std::memmove(to, bytes, length);
-  const std::uint16_t crc = crc16(bytes, static_cast<std::uint16_t>(length));
-  to[length] = static_cast<std::uint8_t>(crc);
-  to[length + 1] = static_cast<std::uint8_t>(crc >> 8);
+  const std::uint16_t crc = crc16(message.position(), static_cast<std::uint16_t>(message.left()));
+  copy_message(message, out);
+  out.u8(static_cast<std::uint8_t>(crc));
+  out.u8(static_cast<std::uint8_t>(crc >> 8));
 }
 
 std::int32_t rtu_unframe(const std::uint8_t* frame, std::size_t length,
@@ -200,17 +202,11 @@ std::size_t tcp_length(const std::uint8_t*, std::size_t length) noexcept {
   return length;
 }
 
-void tcp_frame(byte_reader message, byte_writer& out) noexcept {
-  const std::size_t length = message.left();
-  std::uint8_t* const to = out.take(length);
-  if (to != nullptr) std::memmove(to, message.position(), length);
-}
-
 constexpr framing framings[] = {
     {ascii_completes, ascii_length, ascii_frame, ascii_unframe},
     {rtu_completes, rtu_length, rtu_frame, rtu_unframe},
     {df1_completes, df1_length, df1_frame, df1_unframe},
-    {tcp_completes, tcp_length, tcp_frame, move_message},
+    {tcp_completes, tcp_length, copy_message, move_message},
 };
 static_assert(std::size(framings) == MOD_TCP + 1);
 

@@ -1,0 +1,60 @@
+"""The figures of Modbus TCP transactions, beside libmodbus."""
+import subprocess
+from shutil import which
+
+COUNT = 20000  # transactions of a sample
+
+
+def measure(bench):
+    bench.progress("Modbus TCP transactions")
+    program, missing = _build(bench)
+    if program is None:
+        bench.report.not_measured("Modbus TCP figures", missing)
+        return
+    pairs = (("ruvex", "ruvex"), ("libmodbus", "libmodbus"), ("libmodbus", "ruvex"))
+    turns = [[_seconds(program, *pair, COUNT) for pair in pairs] for _ in range(bench.samples + 1)]
+    own, both, master = zip(*turns[1:])
+    bench.report.at_least("Modbus TCP transactions, libmodbus / ruvex",
+                          [b / a for a, b in zip(own, both)], 1.3)
+    bench.report.peer("  masters of one slave", [b / a for a, b in zip(own, master)])
+    _system_calls(bench, program)
+
+
+def _build(bench):
+    if which("g++") is None or which("pkg-config") is None:
+        return None, "g++ or pkg-config missing"
+    flags = subprocess.run(["pkg-config", "--cflags", "--libs", "libmodbus"], capture_output=True,
+                           text=True, check=False)
+    if flags.returncode != 0:
+        return None, "libmodbus missing"
+    program = bench.folder / "modbus_peers"
+    modules = [path for module in ("modbus", "util")
+               for path in (bench.source / "src" / module).glob("*.cpp")]
+    subprocess.run(["g++", "-std=c++20", "-O3", "-flto", f"-I{bench.source / 'src'}", "-o", program,
+                    bench.source / "bench/modbus_peers.cpp", *modules, *flags.stdout.split()],
+                   check=True)
+    return program, None
+
+
+def _seconds(program, master, slave, count):
+    done = subprocess.run([program, master, slave, str(count)], capture_output=True, text=True,
+                          check=True)
+    return float(done.stdout)
+
+
+def _system_calls(bench, program):
+    """Of the master's process; what does not grow with the transactions is not counted."""
+    figure = "  system calls a transaction, master"
+    if which("strace") is None:
+        bench.report.not_measured(figure, "strace missing")
+        return
+    few, many = (_count_calls(bench, program, count) for count in (100, 1100))
+    bench.report.limited(figure, [(many - few) / 1000], 3)
+
+
+def _count_calls(bench, program, count):
+    counts = bench.folder / "strace.out"
+    subprocess.run(["strace", "-c", "-U", "calls,name", "-o", counts, program, "ruvex", "ruvex",
+                    str(count)], capture_output=True, check=True)
+    return next(int(line.split()[0]) for line in counts.read_text().splitlines()
+                if line.endswith("total"))
