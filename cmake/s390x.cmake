@@ -1,8 +1,5 @@
-# Big-endian: IBM Z, run under qemu-user.
-set(CMAKE_SYSTEM_NAME Linux)
+# Big-endian: IBM Z.
 set(CMAKE_SYSTEM_PROCESSOR s390x)
-set(CMAKE_CXX_COMPILER s390x-linux-gnu-g++)
-set(CMAKE_CROSSCOMPILING_EMULATOR qemu-s390x;-L;/usr/s390x-linux-gnu)
-set(CMAKE_FIND_ROOT_PATH /usr/s390x-linux-gnu)
-set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
-set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+set(RUVEX_TARGET s390x-linux-gnu)
+set(RUVEX_EMULATOR qemu-s390x)
+include(${CMAKE_CURRENT_LIST_DIR}/cross.cmake)

@@ -2,24 +2,17 @@
 // come out as the same message. Everything happens in blocks of just the size allowed.
 
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <memory>
 #include <vector>
 
 #include "modbus/frame.h"
 #include "modbus/request.h"
+#include "require.h"
 
 namespace ruvex {
 namespace {
 
 using bytes = std::vector<std::uint8_t>;
-
-void require(bool holds, const char* what) {
-  if (holds) return;
-  std::fprintf(stderr, "violated: %s\n", what);
-  std::abort();
-}
 
 struct input {
   const std::uint8_t* at;

@@ -2,23 +2,16 @@
 // stands in the record beforehand. The first bytes are the protocol and the record's count.
 
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <vector>
 
 #include "modbus/frame.h"
 #include "modbus/master.h"
+#include "require.h"
 
 namespace ruvex {
 namespace {
-
-void require(bool holds, const char* what) {
-  if (holds) return;
-  std::fprintf(stderr, "violated: %s\n", what);
-  std::abort();
-}
 
 void read_response(std::uint8_t protocol, std::uint16_t count,
                    const std::vector<std::uint8_t>& message) {

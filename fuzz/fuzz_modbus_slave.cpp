@@ -2,8 +2,6 @@
 // the protocol.
 
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <vector>
@@ -11,15 +9,10 @@
 #include "modbus/frame.h"
 #include "modbus/master.h"
 #include "modbus/slave.h"
+#include "require.h"
 
 namespace ruvex {
 namespace {
-
-void require(bool holds, const char* what) {
-  if (holds) return;
-  std::fprintf(stderr, "violated: %s\n", what);
-  std::abort();
-}
 
 // The answer, which a master understands as it is meant.
 void answer(std::uint8_t protocol, mod_mex& mex) {

@@ -4,21 +4,15 @@
 
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <string_view>
 
+#include "require.h"
 #include "xml/parser.h"
 #include "xml/recorder.h"
 #include "xml/reference_parser.h"
 
 namespace ruvex {
 namespace {
-
-void require(bool holds, const char* what) {
-  if (holds) return;
-  std::fprintf(stderr, "violated: %s\n", what);
-  std::abort();
-}
 
 struct element_counts {
   long started = 0;

@@ -1,0 +1,8 @@
+# A cross build of static programs, which run under qemu-user: RUVEX_TARGET is the compiler's prefix,
+# RUVEX_EMULATOR the emulator.
+set(CMAKE_SYSTEM_NAME Linux)
+set(CMAKE_CXX_COMPILER ${RUVEX_TARGET}-g++)
+set(CMAKE_CROSSCOMPILING_EMULATOR ${RUVEX_EMULATOR};-L;/usr/${RUVEX_TARGET})
+set(CMAKE_FIND_ROOT_PATH /usr/${RUVEX_TARGET})
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
