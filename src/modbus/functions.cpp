@@ -17,22 +17,22 @@ constexpr quantity_limit block = {mod_data_size, MOD_NEGATIVE_ACKNOWLEDGE};
 
 // clang-format off
 constexpr mod_function functions[] = {
-    {  1, req::quantity, &none,           res::counted,        echoed,    &bits,           few,   true},
-    {  2, req::quantity, &none,           res::counted,        echoed,    &bits,           few,   true},
-    {  3, req::quantity, &none,           res::counted,        echoed,    &registers,      few,   true},
-    {  4, req::quantity, &none,           res::counted,        echoed,    &registers,      few,   true},
-    {  5, req::coil,     &none,           res::coil,           echoed,    &none,           any,   true},
-    {  6, req::word,     &none,           res::word,           echoed,    &none,           any,   true},
-    { 15, req::counted,  &bits,           res::quantity,       echoed,    &none,           any,   true},
-    { 16, req::counted,  &registers,      res::quantity,       echoed,    &none,           few,   true},
-    {100, req::quantity, &none,           res::quantity,       echoed,    &strings,        any,   true},
-    {101, req::quantity, &strings,        res::quantity,       echoed,    &none,           any,   true},
-    {102, req::quantity, &registers,      res::quantity,       echoed,    &strings,        any,   true},
-    {104, req::quantity, &bytes,          res::quantity,       zero,      &bytes,          block, true},
-    {105, req::quantity, &words_or_bytes, res::quantity,       unshifted, &words_or_bytes, any,   true},
-    {106, req::value,    &registers,      res::short_quantity, echoed,    &strings,        any,   true},
-    {107, req::value,    &entries,        res::short_quantity, echoed,    &none,           any,   true},
-    {108, req::quantity, &none,           res::counted,        echoed,    &registers,      few,   false},
+    {  1, true,  req::quantity, res::counted,        echoed,    &none,           &bits,           few},
+    {  2, true,  req::quantity, res::counted,        echoed,    &none,           &bits,           few},
+    {  3, true,  req::quantity, res::counted,        echoed,    &none,           &registers,      few},
+    {  4, true,  req::quantity, res::counted,        echoed,    &none,           &registers,      few},
+    {  5, true,  req::coil,     res::coil,           echoed,    &none,           &none,           any},
+    {  6, true,  req::word,     res::word,           echoed,    &none,           &none,           any},
+    { 15, true,  req::counted,  res::quantity,       echoed,    &bits,           &none,           any},
+    { 16, true,  req::counted,  res::quantity,       echoed,    &registers,      &none,           few},
+    {100, true,  req::quantity, res::quantity,       echoed,    &none,           &strings,        any},
+    {101, true,  req::quantity, res::quantity,       echoed,    &strings,        &none,           any},
+    {102, true,  req::quantity, res::quantity,       echoed,    &registers,      &strings,        any},
+    {104, true,  req::quantity, res::quantity,       zero,      &bytes,          &bytes,          block},
+    {105, true,  req::quantity, res::quantity,       unshifted, &words_or_bytes, &words_or_bytes, any},
+    {106, true,  req::value,    res::short_quantity, echoed,    &registers,      &strings,        any},
+    {107, true,  req::value,    res::short_quantity, echoed,    &entries,        &none,           any},
+    {108, false, req::quantity, res::counted,        echoed,    &none,           &registers,      few},
 };
 // clang-format on
 

@@ -46,13 +46,13 @@ struct quantity_limit {
 
 struct mod_function {
   std::uint8_t fcn;
+  bool is_asked_by_master;
   request_layout request;
-  const payload_coder* sent;
   response_layout response;
   reference response_reference;
+  const payload_coder* sent;
   const payload_coder* returned;
   quantity_limit limit;  // of a request that a slave accepts
-  bool is_asked_by_master;
 };
 
 inline constexpr std::uint16_t any_quantity = 0xFFFF;

@@ -52,35 +52,35 @@ bool unpack_bits(byte_reader& message, byte_writer& data, std::uint16_t count) n
   return true;
 }
 
-// Words in the host's order become big-endian ones, and back.
+// A word in the host's order becomes a big-endian one, and back.
+using convert_word = void (*)(std::uint8_t* to, const std::uint8_t* from) noexcept;
+
 template <class Word>
-bool to_big(byte_reader& data, byte_writer& message, std::uint16_t count) noexcept {
-  const std::size_t size = sizeof(Word) * count;
-  const places at(data, size, message, size);
-  if (!at) return false;
-  for (std::size_t word = 0; word < size; word += sizeof(Word)) {
-    store_big(at.to + word, load_host<Word>(at.from + word));
-  }
-  return true;
+void to_big(std::uint8_t* to, const std::uint8_t* from) noexcept {
+  store_big(to, load_host<Word>(from));
 }
 
 template <class Word>
-bool to_host(byte_reader& message, byte_writer& data, std::uint16_t count) noexcept {
+void to_host(std::uint8_t* to, const std::uint8_t* from) noexcept {
+  store_host(to, load_big<Word>(from));
+}
+
+template <class Word, convert_word Convert>
+bool move_words(byte_reader& in, byte_writer& out, std::uint16_t count) noexcept {
   const std::size_t size = sizeof(Word) * count;
-  const places at(message, size, data, size);
+  const places at(in, size, out, size);
   if (!at) return false;
-  for (std::size_t word = 0; word < size; word += sizeof(Word)) {
-    store_host(at.to + word, load_big<Word>(at.from + word));
-  }
+  for (std::size_t word = 0; word < size; word += sizeof(Word))
+    Convert(at.to + word, at.from + word);
   return true;
 }
 
 // A count below 0 is one of bytes.
-template <bool (*Words)(byte_reader&, byte_writer&, std::uint16_t) noexcept>
+template <convert_word Convert>
 bool move_words_or_bytes(byte_reader& in, byte_writer& out, std::uint16_t count) noexcept {
   const auto number = static_cast<std::int16_t>(count);
   if (number < 0) return copy(in, out, static_cast<std::size_t>(-number));
-  return Words(in, out, count);
+  return move_words<std::uint32_t, Convert>(in, out, count);
 }
 
 // The size of `count` strings, each with its NUL and behind `prefix` other bytes; more than there
@@ -104,7 +104,7 @@ bool copy_strings(byte_reader& in, byte_writer& out, std::uint16_t count) noexce
 }
 
 // Entries have the same size on both sides; only their words differ.
-template <void (*Convert)(std::uint8_t*, const std::uint8_t*) noexcept>
+template <convert_word Convert>
 bool move_entries(byte_reader& in, byte_writer& out, std::uint16_t count) noexcept {
   constexpr std::size_t word_size = sizeof(std::uint16_t);
   const std::size_t size = size_of_strings(in, count, word_size);
@@ -118,14 +118,6 @@ bool move_entries(byte_reader& in, byte_writer& out, std::uint16_t count) noexce
     std::memcpy(to + word_size, from + word_size, entry - word_size);
   }
   return true;
-}
-
-void word_to_big(std::uint8_t* to, const std::uint8_t* from) noexcept {
-  store_big(to, load_host<std::uint16_t>(from));
-}
-
-void word_to_host(std::uint8_t* to, const std::uint8_t* from) noexcept {
-  store_host(to, load_big<std::uint16_t>(from));
 }
 
 std::uint8_t byte_count_of_bits(std::uint16_t count) noexcept {
@@ -142,12 +134,14 @@ namespace payload {
 
 constexpr payload_coder none = {nothing, nothing, nullptr};
 constexpr payload_coder bits = {pack_bits, unpack_bits, byte_count_of_bits};
-constexpr payload_coder registers = {to_big<std::uint16_t>, to_host<std::uint16_t>,
+constexpr payload_coder registers = {move_words<std::uint16_t, to_big<std::uint16_t>>,
+                                     move_words<std::uint16_t, to_host<std::uint16_t>>,
                                      byte_count_of_registers};
 constexpr payload_coder words_or_bytes = {move_words_or_bytes<to_big<std::uint32_t>>,
                                           move_words_or_bytes<to_host<std::uint32_t>>, nullptr};
 constexpr payload_coder strings = {copy_strings, copy_strings, nullptr};
-constexpr payload_coder entries = {move_entries<word_to_big>, move_entries<word_to_host>, nullptr};
+constexpr payload_coder entries = {move_entries<to_big<std::uint16_t>>,
+                                   move_entries<to_host<std::uint16_t>>, nullptr};
 constexpr payload_coder bytes = {copy_bytes, copy_bytes, nullptr};
 
 }  // namespace payload

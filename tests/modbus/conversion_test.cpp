@@ -152,6 +152,9 @@ TEST(Conversion, CodesWithAViewOfTheirOwn) {
   ASSERT_EQ(mod_slaveBinToMex(MOD_RTU, &mex, from_hex("11 05 00 AC 00 01").data(), 6), 0);
   EXPECT_EQ(mex.data[0], 0);
 
+  mex = record(15, 1, 2, {0, 2});
+  ASSERT_EQ(mod_masterMexToBin(MOD_RTU, &mex, room.data()), 8);
+  EXPECT_EQ(room.data()[7], 0b10);
   mex = record(16, 1, 200);  // byte counts are modulo 256
   ASSERT_EQ(mod_masterMexToBin(MOD_RTU, &mex, room.data()), 407);
   EXPECT_EQ(room.data()[6], 144);

@@ -97,11 +97,11 @@ TEST(Frame, RefusesWhatIsNoFrame) {
   } rows[] = {
       {MOD_ASCII, "0A"},
       {MOD_ASCII, "3A 0D 0A"},
-      {MOD_ASCII, "3A 30 31 39 46 0A"},
+      {MOD_ASCII, "3A 30 31 39 46 0D 0A 0A"},
       {MOD_ASCII, "3A 30 31 37 45 0D 0A"},  // a check over the bytes
       {MOD_RTU, ""},
       {MOD_RTU, "FF FF"},
-      {MOD_RTU, "01 7E 80 C0"},
+      {MOD_RTU, "01 7E 80 00"},
       {MOD_RTU, "01 83 02 F1 C0"},
       {MOD_DF1, ""},
       {MOD_DF1, "10"},
@@ -213,6 +213,7 @@ TEST(Receive, EndsAFrameByItsProtocol) {
       {MOD_TCP, "00 01 00 00 00 00 01 03", 7, 1},
       {MOD_TCP, "00 01 00 00 00 01 01 03", 7, 1},
       {MOD_TCP, "00 01 00 00 80 00 01 03", 7, 1},       // below 0 as a 16-bit number
+      {MOD_TCP, "00 01 00 00 7F F9 01 03", silent, 0},  // MOD_LEN_OPEN, but not RTU's
       {MOD_TCP, "00 01 00 00 FF FA 01 03", silent, 0},  // 0, which never ends
       {MOD_DF1, "00 02 10 10 02 10 02 01 10 03 00", 5, 1},
       {MOD_DF1, "00 02 10 10 02 10 02 01 10", silent, 0},
