@@ -1,4 +1,5 @@
-# cmake --install: program and library, headers, CMake package, pkg-config file, manual pages.
+# cmake --install: program and library, headers, CMake package, pkg-config file, manual pages,
+# guides.
 
 include(CMakePackageConfigHelpers)
 
@@ -30,3 +31,5 @@ file(GLOB pages1 ${PROJECT_SOURCE_DIR}/docs/*.1)
 file(GLOB pages5 ${PROJECT_SOURCE_DIR}/docs/*.5)
 install(FILES ${pages1} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES ${pages5} DESTINATION ${CMAKE_INSTALL_MANDIR}/man5)
+file(GLOB guides ${PROJECT_SOURCE_DIR}/docs/*.md)
+install(FILES ${guides} DESTINATION ${CMAKE_INSTALL_DOCDIR})
