@@ -78,8 +78,7 @@ constexpr int handler_after(int elements_started) {
 }
 
 inline std::string event_line(int handler, std::int32_t event, const char* name,
-                              const char* attribute, std::string_view value,
-                              std::int32_t line) {
+                              const char* attribute, std::string_view value, std::int32_t line) {
   static constexpr const char* kinds[] = {"end", "attr", "attrs-end", "content", "start"};
   const auto text = [](const char* bytes) { return bytes ? printable(bytes) : "(null)"; };
   std::string result = std::to_string(handler);

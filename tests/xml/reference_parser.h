@@ -233,8 +233,7 @@ class reference_parser {
     while (content_token()) {
       if (kind_ == TOKEN_TAG_END) return text_ == name || fail(SIMPLE_XML_MISMATCHED_END_TAG);
       if (kind_ == TOKEN_TAG_START && !element(text_, own)) return false;
-      if (kind_ == TOKEN_CONTENT &&
-          !call(own, SIMPLE_XML_EVENT_CONTENT, name, nullptr, text_)) {
+      if (kind_ == TOKEN_CONTENT && !call(own, SIMPLE_XML_EVENT_CONTENT, name, nullptr, text_)) {
         return false;
       }
     }
