@@ -282,6 +282,10 @@ TEST(Receive, DelimitsTheRequestsOfForeignMasters) {
     line in(MOD_RTU, from_hex(bytes));
     EXPECT_EQ(mod_waitRequest(in.get()), length) << bytes;
     EXPECT_EQ(in.left(), left) << bytes;
+    const byte_list sent = from_hex(bytes);
+    const exact_bytes begun({sent.begin(), sent.begin() + std::min<long>(6, in->length)});
+    const std::int32_t told = mod_requestLength(begun.data(), begun.size());
+    EXPECT_TRUE(told == 0 || told == length || told == MOD_LEN_OPEN || length < 0) << bytes;
   }
   EXPECT_EQ(mod_waitRequest(line(MOD_ASCII, from_hex("0A 0A")).get()), 1);
 }

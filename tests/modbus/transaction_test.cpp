@@ -97,6 +97,7 @@ TEST(Transaction, MasterTriesTwice) {
       EXPECT_EQ(load_host<std::uint16_t>(mex.data), 42) << row.what;
     } else {
       EXPECT_EQ(mex.data[0], row.result) << row.what;
+      EXPECT_EQ(line.ctx()->length < 0, row.result != MOD_ILLEGAL_DATA_ADDRESS) << row.what;
     }
   }
 }
@@ -111,6 +112,14 @@ TEST(Transaction, RetryRepeatsTheRecordAsItWas) {
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "COM Retry: slave 9\nCOM Retry: success");
   const std::string asked = "00 07 00 00 00 06 09 05 00 00 FF 00|";
   EXPECT_EQ(line.sent(), asked + asked);
+}
+
+TEST(Transaction, ReadsNothingBehindTheMessage) {
+  scripted_line line(MOD_TCP, {"00 07 00 00 00 05 09 03 04 00 01"});
+  std::fill_n(line.ctx()->buffer, mod_buffer_size, std::uint8_t{0x77});
+  mod_mex mex = request(9, 3, 1, 2);
+  EXPECT_EQ(mod_masterRx(line.ctx(), &mex, 0), -1);
+  EXPECT_EQ(mex.data[0], MOD_ILLEGAL_DATA_VALUE);
 }
 
 TEST(Transaction, SlaveAnswersOrSaysWhyNot) {
@@ -131,6 +140,9 @@ TEST(Transaction, SlaveAnswersOrSaysWhyNot) {
     EXPECT_EQ(mod_slaveRx(line.ctx(), &mex, 0), row.result) << row.what;
     EXPECT_EQ(mex.data[0], row.code) << row.what;
     EXPECT_EQ((mex.fcn & 0x80) != 0, row.result != 0) << row.what;
+    if (row.code == MOD_SLAVE_NO_FRAME) {
+      EXPECT_EQ(line.ctx()->length, static_cast<int>(from_hex(row.received).size())) << row.what;
+    }
     if (row.code > 11) continue;
     EXPECT_EQ(mod_slaveTx(line.ctx(), &mex, 0), 0) << row.what;
     EXPECT_EQ(line.sent(), row.sent) << row.what;

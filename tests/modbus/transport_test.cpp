@@ -5,6 +5,7 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <numeric>
 
 #include "modbus/bytes.h"
@@ -66,10 +67,17 @@ TEST(SocketTransport, MovesAllBytesAndKnowsTheEnd) {
   byte_list sent(100000);
   std::iota(sent.begin(), sent.end(), std::uint8_t{0});
   const pid_t sender = ::fork();
-  if (sender == 0) {
+  if (sender == 0) {  // in pieces, since signals interrupt it
+    struct sigaction interrupt = {};
+    interrupt.sa_handler = [](int) {};
+    ::sigaction(SIGALRM, &interrupt, nullptr);
+    ::ualarm(1000, 1000);
+    const int small = 4096;
+    ::setsockopt(ends[0], SOL_SOCKET, SO_SNDBUF, &small, sizeof small);
     const std::int32_t length = static_cast<std::int32_t>(sent.size());
     ::_exit(mod_socketSend(&ends[0], sent.data(), length) == length ? 0 : 1);
   }
+  ::usleep(20000);
   byte_list received;
   std::uint8_t piece[700];
   while (received.size() < sent.size()) {
