@@ -1,0 +1,179 @@
+#include "socket/connect.h"
+
+#include <fcntl.h>
+#include <netdb.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include "socket/steps.h"
+
+namespace ruvex {
+namespace {
+
+// Fetches and reports the error that a connect has left behind; whether there is none.
+bool ended_well(int fd) noexcept {
+  int error = 0;
+  socklen_t size = sizeof error;
+  if (::getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size) < 0) {
+    failed("sktConnectAddr(): getsockopt() < 0");
+    return false;
+  }
+  if (error == 0) return true;
+  errno = error;
+  failed("sktConnectAddr(): getsockopt() : Perror(error) ");
+  return false;
+}
+
+// Waits for a connect in progress; whether it has succeeded.
+bool finish_connect(int fd, long timeout_ms) noexcept {
+  bool readable = false, writable = false;
+  const int ready = wait_for(fd, &readable, &writable, timeout_ms);
+  if (ready < 0) return false;
+  if (ready == 0) {
+    refused("sktConnectAddr(): select : Nothing ready within timeout period\r\n");
+    return false;
+  }
+  if (!readable && !writable) {
+    refused("sktConnectAddr(): socket not readable or writable\r\n");
+    return false;
+  }
+  if (readable && writable) {
+    refused("sktConnectAddr(): select() returned both readable and writable\r\n");
+    ended_well(fd);
+    return false;
+  }
+  return ended_well(fd);
+}
+
+// Ends an attempt that has failed or still goes on, and forgets its error: until then the system
+// refuses the next one.
+void give_up_connect(int fd) noexcept {
+  sockaddr nowhere = {};
+  nowhere.sa_family = AF_UNSPEC;
+  static_cast<void>(::connect(fd, &nowhere, sizeof nowhere));
+  int error = 0;
+  socklen_t size = sizeof error;
+  ::getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size);
+}
+
+void set_peer(Socket& skt, const skt_address& address, int port) noexcept {
+  if (skt.m_family == AF_LOCAL) {
+    std::memcpy(skt.m_peeraddr, &address, sizeof(sockaddr_un));
+    return;
+  }
+  std::memcpy(skt.m_peeraddr, &address, sizeof(sockaddr_in));
+  skt.m_peeraddr->inet.sin_port = htons(static_cast<std::uint16_t>(port));
+}
+
+// Accepts into a new record; null and, but for a call that would block or was interrupted, reported
+// with the label.
+socket_ptr accept_into(socket_ptr skt, int listener, const char* label) noexcept {
+  auto size = static_cast<socklen_t>(skt->m_addrlen);
+  skt->m_sock = ::accept4(listener, &skt->m_sockaddr->any, &size, SOCK_CLOEXEC);
+  if (skt->m_sock < 0) {
+    if (errno != EAGAIN && errno != EINTR) failed(label);
+    return nullptr;
+  }
+  skt->m_addrlen = static_cast<int>(size);
+  skt->m_valid = 1;
+  skt->m_connected = 1;
+  return skt;
+}
+
+bool fits_in_set(const Socket& skt) noexcept {
+  return skt.m_sock >= 0 && skt.m_sock < FD_SETSIZE;
+}
+
+}  // namespace
+
+int sktConnectAddr(Socket* skt, const skt_address* addr, int port, long timeout_ms) noexcept {
+  if (skt->m_type != SOCK_STREAM) {
+    return refused("sktConnectAddr():Socket must be SOCK_STREAM\n");
+  }
+  if (!fits_in_set(*skt)) {
+    std::fprintf(stderr, "sktConnectAddr(): descriptor %d is beyond those of select\r\n",
+                 skt->m_sock);
+    return -1;
+  }
+  int flags = 0;
+  if (set_nonblocking(skt->m_sock, true, flags) != 0) return -1;
+  set_peer(*skt, *addr, port);
+  bool connected =
+      ::connect(skt->m_sock, &skt->m_peeraddr->any, static_cast<socklen_t>(skt->m_addrlen)) == 0;
+  if (!connected && errno != EINPROGRESS) {
+    failed("fcntl( F_SETFL , O_NONBLOCK )");
+    ::fcntl(skt->m_sock, F_SETFL, flags);
+    return -1;
+  }
+  if (!connected) {
+    connected = finish_connect(skt->m_sock, timeout_ms);
+    if (!connected) give_up_connect(skt->m_sock);
+  }
+  if (::fcntl(skt->m_sock, F_SETFL, flags) != 0) return failed("fcntl( F_SETFL , original_flags )");
+  if (!connected) return -1;
+  skt->m_connected = 1;
+  return 0;
+}
+
+int sktConnectHost(Socket* skt, const char* host, int port, long timeout_ms) noexcept {
+  skt_address address = {};
+  if (skt->m_family == AF_LOCAL) {
+    if (!set_local_name(address, host)) return -1;
+    return sktConnectAddr(skt, &address, port, timeout_ms);
+  }
+  char service[16];
+  std::snprintf(service, sizeof service, "%d", port);
+  addrinfo wanted = {};
+  wanted.ai_family = AF_INET;
+  wanted.ai_socktype = SOCK_STREAM;
+  addrinfo* found = nullptr;
+  if (::getaddrinfo(host, service, &wanted, &found) != 0) return failed("getaddrinfo()");
+  std::memcpy(&address, found->ai_addr, sizeof address.inet);
+  ::freeaddrinfo(found);
+  return sktConnectAddr(skt, &address, port, timeout_ms);
+}
+
+Socket* sktAccept(Socket* skt) noexcept {
+  socket_ptr accepted = make_record(skt->m_family, skt->m_type, 0);
+  if (accepted == nullptr) return nullptr;
+  return accept_into(std::move(accepted), skt->m_sock, "Socket::Accept(void):accept()").release();
+}
+
+Socket* sktAcceptTimeout(Socket* skt, long timeout_ms) noexcept {
+  socket_ptr accepted = make_record(skt->m_family, skt->m_type, 0);
+  if (accepted == nullptr) return nullptr;
+  bool readable = false;
+  const int ready = wait_for(skt->m_sock, &readable, nullptr, timeout_ms);
+  if (ready < 0) failed("Socket::Accept(long):select()");
+  if (ready <= 0 || !readable) return nullptr;
+  return accept_into(std::move(accepted), skt->m_sock, "Socket::Accept(long):accept()").release();
+}
+
+int sktSelectRd(int count, Socket* const* skts, long timeout_ms) noexcept {
+  Socket* const* const end = skts + std::max(count, 0);
+  fd_set readable;
+  FD_ZERO(&readable);
+  std::for_each(skts, end, [](Socket* skt) { skt->m_selected = 0; });
+  if (!std::all_of(skts, end, [](const Socket* skt) { return fits_in_set(*skt); })) {
+    errno = EINVAL;
+    return failed("Socket::SelectRd():select()");
+  }
+  std::for_each(skts, end, [&](const Socket* skt) { FD_SET(skt->m_sock, &readable); });
+  timeval time = time_of(timeout_ms);
+  const int ready = ::select(FD_SETSIZE, &readable, nullptr, nullptr, &time);
+  if (ready < 0) return failed("Socket::SelectRd():select()");
+  if (ready == 0) return 0;
+  std::for_each(skts, end,
+                [&](Socket* skt) { skt->m_selected = FD_ISSET(skt->m_sock, &readable) ? 1 : 0; });
+  return ready;
+}
+
+int sktIsSelected(const Socket* skt) noexcept {
+  return skt != nullptr && skt->m_selected != 0 ? 1 : 0;
+}
+
+}  // namespace ruvex
