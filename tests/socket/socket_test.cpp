@@ -13,6 +13,7 @@
 #include "socket/connect.h"
 #include "socket/options.h"
 #include "socket/socket_fixture.h"
+#include "support/failing_allocations.h"
 
 namespace ruvex {
 
@@ -59,6 +60,7 @@ TEST_F(Sockets, AreMadeOrRefusedWithAReason) {
     ASSERT_EQ(skt != nullptr, row.text.empty()) << row.family << " " << row.type;
     if (skt == nullptr) continue;
     EXPECT_EQ(skt->m_valid, 1);
+    EXPECT_EQ(::fcntl(skt->m_sock, F_GETFD), FD_CLOEXEC);
     EXPECT_EQ(skt->m_connected + skt->m_selected + skt->m_mode + skt->m_port, 0);
     EXPECT_EQ(skt->m_addrlen, row.length);
     for (const skt_address* own : {skt->m_sockaddr, skt->m_peeraddr, skt->m_fromaddr}) {
@@ -78,6 +80,24 @@ TEST_F(Sockets, AreMadeOrRefusedWithAReason) {
     EXPECT_EQ(text, "socket(): Too many open files\n");
   }
   sktClose(nullptr);
+}
+
+TEST_F(Sockets, AreNotMadeWithoutMemory) {
+  for (const auto& make :
+       {+[] { return sktNew(AF_LOCAL, SOCK_STREAM); }, +[] { return sktNew_PSEUDO(-1); }}) {
+    socket_ptr skt;
+    for (failing_call = 0; skt == nullptr; ++failing_call) {
+      ASSERT_LT(failing_call, 9);
+      calls = live_blocks = 0;
+      failed = nullptr;
+      watching = true;
+      skt.reset(make());
+      watching = false;
+      EXPECT_EQ(skt == nullptr, failed != nullptr);
+      EXPECT_EQ(live_blocks, skt == nullptr ? 0 : 5);
+    }
+    failing_call = never;
+  }
 }
 
 TEST_F(Sockets, OptionsAreSet) {
@@ -187,6 +207,7 @@ TEST_F(Sockets, DestinationsAreSet) {
   EXPECT_EQ(local->m_destaddr->local.sun_path[1], 'a') << "as before";
   EXPECT_EQ(printed([&] { EXPECT_EQ(sktConnectHost(local.get(), long_name.c_str(), 0, 9), -1); }),
             refusal);
+  EXPECT_EQ(sktSetDest(local.get(), longest.c_str(), 0), 0);
   const socket_ptr other(sktNew(AF_LOCAL, SOCK_DGRAM));
   EXPECT_EQ(sktSetDest_ADDR(other.get(), local->m_destaddr), 0);
   EXPECT_EQ(std::memcmp(other->m_destaddr, local->m_destaddr, 110), 0);

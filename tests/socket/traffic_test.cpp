@@ -12,6 +12,7 @@
 #include "socket/options.h"
 #include "socket/socket_fixture.h"
 #include "socket/transfer.h"
+#include "support/temporary_file.h"
 
 namespace ruvex {
 
@@ -134,6 +135,9 @@ TEST_F(Sockets, LocalSocketsMeetByName) {
     EXPECT_EQ(printed([&] { EXPECT_EQ(sktNew_LOCAL(type, 1, name.c_str()), nullptr); }),
               "bind(): Address already in use\n");
   }
+  const temporary_file file;  // whose path is a server's name
+  EXPECT_NE(socket_ptr(sktNew_LOCAL(SOCK_STREAM, SKT_SERVER, file.path())), nullptr);
+  EXPECT_EQ(::access(file.path(), F_OK), 0) << "only a client's is removed";
   EXPECT_EQ(sktNew_LOCAL(SOCK_STREAM, 1, ""), nullptr);
   EXPECT_EQ(sktNew_LOCAL(SOCK_STREAM, 0, nullptr), nullptr);
   const std::string longest(95, 'n'), too_long(96, 'n');
@@ -295,6 +299,10 @@ TEST_F(Sockets, ServersAndBindingFailWithTheirReason) {
   const socket_ptr server(CreateAfInetServer(SOCK_STREAM, "127.0.0.1", 0));
   const socket_ptr inet(sktNew(AF_INET, SOCK_STREAM)), local(sktNew(AF_LOCAL, SOCK_STREAM));
   const int port = port_of(*server);
+  int reuse = 0;
+  socklen_t size = sizeof reuse;
+  ::getsockopt(server->m_sock, SOL_SOCKET, SO_REUSEADDR, &reuse, &size);
+  EXPECT_EQ(reuse, 1);
   pair ends = connected_pair();
   const struct {
     std::function<bool()> fails;
