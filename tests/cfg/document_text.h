@@ -46,11 +46,6 @@ inline void add_unit(std::string& text, const unit_cfg& unit) {
            [&text](const chn_cfg& chn) { add_channel(text, chn); });
   text += '}';
 }
-inline std::string unit_text(const unit_cfg& unit) {
-  std::string text;
-  add_unit(text, unit);
-  return text;
-}
 
 // The settings of the document that differ from `base`, and all its units.
 inline std::string document_text(const yax_cfg& doc, const yax_cfg& base = {}) {

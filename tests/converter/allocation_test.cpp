@@ -1,5 +1,4 @@
 // Every allocation of a run fails once.
-#include <cstddef>
 #include <set>
 #include <string>
 #include <vector>
@@ -32,12 +31,9 @@ outcome run(std::string_view mapping, int failing) {
   const temporary_file csv, xml;
   const char* csv_path = csv.filled_with(mapping);
   outcome got = {};
-  failing_call = failing;
-  failed = nullptr;
   cur_tab = 0;
-  calls = live_blocks = 0;
   testing::internal::CaptureStdout();
-  watching = true;
+  watch(failing);
   got.read = read_csv_file(csv_path);
   got.written = write_xml_unit_cfg(modUnits, xml.path());
   watching = false;

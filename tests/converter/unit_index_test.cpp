@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cstdlib>
 #include <list>
-#include <numeric>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "converter/mapping_reader.h"
@@ -49,17 +49,12 @@ class model {
     return *units_.insert(at, wanted);
   }
 
-  static void append(model_unit& unit, const model_channel& chn) {
-    const auto is_greater = [&chn](const model_channel& other) {
-      return other.reference != chn.reference ? other.reference > chn.reference
-                                              : other.mask > chn.mask;
-    };
-    unit.channels.insert(std::find_if(unit.channels.begin(), unit.channels.end(), is_greater), chn);
-  }
-
   std::string text() const {  // as list_text()
     std::string text;
-    for (const model_unit& unit : units_) {
+    for (model_unit unit : units_) {
+      std::ranges::stable_sort(unit.channels, {}, [](const model_channel& chn) {
+        return std::pair(chn.reference, chn.mask);
+      });
       text += (text.empty() ? "" : " ") + unit.ip_address + unit.slash + unit.address + '[';
       for (const model_channel& chn : unit.channels) text += chn.text + ' ';
       if (!unit.channels.empty()) text.pop_back();
@@ -72,30 +67,14 @@ class model {
   std::list<model_unit> units_;
 };
 
-class UnitIndex : public testing::Test {
- protected:
-  ~UnitIndex() override { free_units(); }
-
-  unit_slot* find_or_add(const std::string& field) { return index_.find_or_add(parse_unit(field)); }
-
-  // The text of the mask is free to tell equal channels apart.
-  bool append(unit_slot& slot, const std::string& reference, std::int32_t mask,
-              const std::string& mask_text) {
-    record_ptr<chn_cfg> chn = make_record<chn_cfg>();
-    return chn->reg_num.assign(reference) && chn->reg_mask.assign(mask_text) &&
-           index_.append(slot, std::move(chn), mask);
-  }
-
-  unit_index index_{modUnits};
-};
-
-TEST_F(UnitIndex, ListsAreThoseOfAWalkForEveryLine) {
+TEST(UnitIndex, ListsAreThoseOfAWalkForEveryLine) {
   const std::string ip_addresses[] = {"",   "",           "/",     "10.0.0.9/", "10.0.0.10/",
                                       "A/", "10.0.0.9 /", "\xff/", "a/b"};
   const std::string signs[] = {"", "", "", "0", "00", " ", "+", "-", "x", "18446744073709551616"};
   const std::string ends[] = {"", "", " x", "/", ".5"};
   std::mt19937 random(7);
   const auto pick = [&random](const auto& texts) { return texts[random() % std::size(texts)]; };
+  unit_index index(modUnits);
   model expected;
   for (int line = 0; line < 6000; ++line) {
     // Addresses far apart, since neighbours would never share a place in a table by hash. The
@@ -105,7 +84,7 @@ TEST_F(UnitIndex, ListsAreThoseOfAWalkForEveryLine) {
         line % 2 == 0 ? "5"
                       : pick(ip_addresses) + pick(signs) + std::to_string(address) + pick(ends);
     model_unit& unit = expected.find_or_add(field);
-    unit_slot* slot = find_or_add(field);
+    unit_slot* slot = index.find_or_add(parse_unit(field));
     ASSERT_NE(slot, nullptr);
     if (unit.unit == nullptr) unit.unit = slot->unit;
     ASSERT_EQ(unit.unit, slot->unit) << field;
@@ -113,53 +92,15 @@ TEST_F(UnitIndex, ListsAreThoseOfAWalkForEveryLine) {
     const std::string reference = pick(signs) + std::to_string(40000 + random() % 20);
     const std::int32_t mask = static_cast<std::int32_t>(1U << (27 + random() % 5));
     const std::string arrival = std::to_string(line);
-    ASSERT_TRUE(append(*slot, reference, mask, arrival));
-    model::append(unit, {number(reference), mask, reference + ":" + arrival});
+    record_ptr<chn_cfg> chn = make_record<chn_cfg>();
+    // The text of the mask is free to tell equal channels apart.
+    ASSERT_TRUE(chn->reg_num.assign(reference) && chn->reg_mask.assign(arrival) &&
+                index.append(*slot, std::move(chn), mask));
+    unit.channels.push_back({number(reference), mask, reference + ":" + arrival});
   }
-  index_.link_channels();
+  index.link_channels();
   EXPECT_EQ(list_text(modUnits), expected.text());
-}
-
-TEST_F(UnitIndex, MoreUnitsThanTheTableOfRecentOnesHolds) {
-  std::vector<int> addresses(40000);
-  std::iota(addresses.begin(), addresses.end(), 1);
-  std::string expected;
-  for (const int address : addresses) expected += std::to_string(address) + "[] ";
-  expected.pop_back();
-  std::shuffle(addresses.begin(), addresses.end(), std::mt19937(9));
-  std::vector<unit_slot*> slots;
-  for (const int address : addresses) slots.push_back(find_or_add(std::to_string(address)));
-  for (std::size_t at = 0; at < 2 * slots.size(); ++at) {
-    const int address = addresses[at % slots.size()];
-    ASSERT_EQ(find_or_add(std::to_string(address) + "."), slots[at % slots.size()]) << address;
-  }
-  EXPECT_TRUE(list_text(modUnits) == expected);
-}
-
-TEST_F(UnitIndex, ANewUnitIsNamedByTheSlashAndAFoundOneKeepsItsSettings) {
-  const std::string serial = "Default Modbus CSV Unit Name|MODBUS|";
-  const std::string tcp = "Default Modbus/TCP CSV Unit Name|MODBUS_TCP|";
-  const std::pair<const char*, std::string> cases[] = {
-      // clang-format off
-      {"5",  serial + "|5|0"},   {"10.0.0.5/03", tcp + "10.0.0.5|03|0"},  {"/6",    tcp + "|6|0"},
-      {"",   serial + "||0"},    {"a/",          tcp + "a||0"},           {"a/b/c", tcp + "a||0"},
-      {"/05", serial + "|5|0"},  {"10.0.0.5/3",  tcp + "10.0.0.5|03|0"},  {"6",     tcp + "|6|0"},
-      {"99999999999999999999", serial + "|99999999999999999999|0"},
-      {"18446744073709551617", serial + "|99999999999999999999|0"},
-      // clang-format on
-  };
-  for (const auto& [field, settings] : cases) {
-    const unit_slot* slot = find_or_add(field);
-    ASSERT_NE(slot, nullptr);
-    const unit_cfg& unit = *slot->unit;
-    std::string found;
-    for (const std::string_view text : {unit.name.view(), unit.type.view(), unit.ip_address.view(),
-                                        unit.address.view(), unit.poll_delay.view()}) {
-      found.append(text) += '|';
-    }
-    EXPECT_EQ(found, settings + "|") << field;
-    EXPECT_TRUE(unit.instance.empty() && unit.chn_list == nullptr && unit.chn_count == 0);
-  }
+  free_units();
 }
 
 }  // namespace

@@ -15,6 +15,14 @@ inline int failing_call = never;
 inline const char* failed = nullptr;  // the function that failed
 inline int live_blocks = 0;           // allocated and not freed while watching
 
+// Counts from here on, and lets the allocation with this number fail.
+inline void watch(int failing) {
+  failing_call = failing;
+  failed = nullptr;
+  calls = live_blocks = 0;
+  watching = true;
+}
+
 inline bool fails(const char* function) {
   if (!watching || calls++ != failing_call) return false;
   failed = function;

@@ -1,6 +1,4 @@
-#include <algorithm>
 #include <filesystem>
-#include <vector>
 
 #include "tool/process.h"
 
@@ -11,24 +9,15 @@ namespace fs = std::filesystem;
 
 using GoldenTest = ToolTest;
 
-std::vector<fs::path> golden_files() {
-  std::vector<fs::path> files;
-  for (const auto& entry : fs::directory_iterator(RUVEX_GOLDEN)) files.push_back(entry.path());
-  std::sort(files.begin(), files.end());
-  return files;
-}
-
 // NAME.csv converts to NAME.xml, or to nothing where that is missing; NAME.out holds what is
 // printed and a last line with the exit status.
 TEST_F(GoldenTest, EveryMappingConvertsAsRecorded) {
-  int cases = 0;
-  for (const fs::path& file : golden_files()) {
+  for (const fs::path& file : fs::directory_iterator(RUVEX_GOLDEN)) {
     SCOPED_TRACE(file.filename());
     fs::path csv = file;
     csv.replace_extension(".csv");
     EXPECT_TRUE(fs::exists(csv)) << "belongs to no case";
     if (file != csv) continue;
-    ++cases;
     const outcome ended = convert(content_of(csv));
     EXPECT_EQ(ended.out + "status " + std::to_string(ended.status) + "\n",
               content_of(fs::path(file).replace_extension(".out")));
@@ -37,7 +26,6 @@ TEST_F(GoldenTest, EveryMappingConvertsAsRecorded) {
     EXPECT_EQ(exists("out.xml"), fs::exists(xml));
     EXPECT_EQ(read("out.xml"), content_of(xml));
   }
-  EXPECT_GT(cases, 0);
 }
 
 }  // namespace

@@ -11,14 +11,12 @@
 #include <array>
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <regex>
 #include <sstream>
 #include <stdexcept>
 #include <system_error>
-#include <utility>
 
 namespace ruvex {
 namespace {
@@ -31,14 +29,7 @@ int checked(int result, const char* what) {
 }
 
 std::string read_all(int descriptor) {
-  std::string content;
-  std::array<char, 4096> block;
-  ssize_t count;
-  while ((count = ::pread(descriptor, block.data(), block.size(),
-                          static_cast<off_t>(content.size()))) > 0) {
-    content.append(block.data(), static_cast<std::size_t>(count));
-  }
-  return content;
+  return content_of("/proc/self/fd/" + std::to_string(descriptor));
 }
 
 std::string with_fixed_stamp(const std::string& out) {
@@ -137,23 +128,10 @@ outcome process::wait() {
 }
 
 std::string point_line(const std::map<std::size_t, std::string>& given) {
-  std::array<std::string, 17> fields = {"p",
-                                        "0",
-                                        "Point",
-                                        "1",
-                                        "40001",
-                                        "16 Bit Signed Integer",
-                                        "ANALOG_INPUT",
-                                        "1",
-                                        "0",
-                                        "No words",
-                                        "0",
-                                        "0",
-                                        "0",
-                                        "0",
-                                        "0",
-                                        "0",
-                                        "0"};
+  std::istringstream usual(
+      "p,0,Point,1,40001,16 Bit Signed Integer,ANALOG_INPUT,1,0,No words,0,0,0,0,0,0,0");
+  std::array<std::string, 17> fields;
+  for (std::string& field : fields) std::getline(usual, field, ',');
   for (const auto& [number, text] : given) fields.at(number) = text;
   std::string line;
   for (const std::string& field : fields) line += field + ',';

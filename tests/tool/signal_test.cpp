@@ -14,34 +14,27 @@ namespace {
 
 using SignalTest = ToolTest;
 
-// More than a pipe and the reader's block hold: when it is written, lines of it have been read.
-std::string long_part() {
-  std::string part;
-  for (int line = 0; line < 300; ++line) part += point_line({{0, std::string(900, '-')}});
-  return part;
-}
-
 // The mapping arrives through a FIFO, so the run is in the middle of it when the signals are sent.
 TEST_F(SignalTest, SignalsWhileReadingAreLoggedAndLoseNothing) {
-  const std::string part = long_part();
+  // More than a pipe and the reader's block hold: when it is written, lines of it have been read.
+  std::string part;
+  for (int line = 0; line < 300; ++line) part += point_line({{0, std::string(900, '-')}});
   const std::string bad = point_line({{4, "20001"}});
-  const std::string int_notice = "SIGINT received";
-  const std::string term_notice = "SIGTERM received";
+  const std::string int_notice = "SIGINT received", term_notice = "SIGTERM received";
   const struct {
-    const char* name;
     std::vector<int> signals;  // a part of the mapping is read after each
     std::string last_line;
     outcome ended;
   } cases[] = {
-      {"SIGINT", {SIGINT}, "", success(int_notice)},
-      {"SIGTERM", {SIGTERM}, "", success(term_notice)},
-      {"each", {SIGTERM, SIGINT}, "", success(term_notice + int_notice)},
-      {"again", {SIGINT, SIGINT, SIGINT}, "", success(int_notice + int_notice + int_notice)},
-      {"a read that fails", {SIGTERM}, bad, failed_read(5, "Illegal Modbus reference, exiting.")},
+      {{SIGINT}, "", success(int_notice)},
+      {{SIGTERM}, "", success(term_notice)},
+      {{SIGTERM, SIGINT}, "", success(term_notice + int_notice)},
+      {{SIGINT, SIGINT, SIGINT}, "", success(int_notice + int_notice + int_notice)},
+      {{SIGTERM}, bad, failed_read(5, "Illegal Modbus reference, exiting.")},
   };
   make_fifo("fifo");
   for (const auto& row : cases) {
-    SCOPED_TRACE(row.name);
+    SCOPED_TRACE(testing::PrintToString(row.signals) + row.last_line);
     std::string mapping = part;
     for (std::size_t parts = 0; parts < row.signals.size(); ++parts) mapping += part;
     const outcome undisturbed = convert(mapping + row.last_line);

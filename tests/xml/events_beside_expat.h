@@ -13,41 +13,34 @@
 
 namespace ruvex {
 
-struct common_events {
-  std::vector<std::string> lines;
-
-  void add(std::string_view kind, std::string_view text) {
-    const bool joins = kind == "content " && !lines.empty() && lines.back().starts_with(kind);
-    if (!joins) lines.emplace_back(kind);
-    lines.back() += printable(text);
-  }
-  bool operator==(const common_events&) const = default;
-};
-
 struct common_outcome {
   int error = 0;
-  common_events events;
+  std::vector<std::string> events = {};
+
+  void add(std::string_view kind, std::string_view text) {
+    const bool joins = kind == "content " && !events.empty() && events.back().starts_with(kind);
+    if (!joins) events.emplace_back(kind);
+    events.back() += printable(text);
+  }
 };
 
 inline SimpleXmlTagHandler add_common_event(SimpleXmlParser* parser, std::int32_t event,
                                             const char* name, const char* attribute,
                                             const char* value) {
   static constexpr std::string_view kinds[] = {"end ", "attr ", "", "content ", "start "};
-  auto* to = static_cast<common_events*>(simpleXmlGetUserData(parser));
   if (event == SIMPLE_XML_EVENT_ATTRIBUTES_END) return nullptr;
-  const std::string text = attribute != nullptr ? std::string(attribute) + "=" + value
-                           : value != nullptr   ? value
-                                                : name;
-  to->add(kinds[event], text);
+  const std::string start = attribute != nullptr ? std::string(attribute) + "=" : "";
+  static_cast<common_outcome*>(simpleXmlGetUserData(parser))
+      ->add(kinds[event], start + (value != nullptr ? value : name));
   return add_common_event;
 }
 
 inline common_outcome parse_commonly(std::string_view document) {
   const exact_block block(document);
   const xml_parser_ptr parser(simpleXmlCreateParser(block.data(), block.size()));
-  if (parser == nullptr) return {.error = -1, .events = {}};
+  if (parser == nullptr) return {.error = -1};
   common_outcome result;
-  simpleXmlPushUserData(parser.get(), &result.events);
+  simpleXmlPushUserData(parser.get(), &result);
   result.error = simpleXmlParse(parser.get(), add_common_event);
   return result;
 }
@@ -56,21 +49,19 @@ inline common_outcome parse_with_expat(std::string_view document) {
   const std::unique_ptr<XML_ParserStruct, decltype(&XML_ParserFree)> parser(
       XML_ParserCreate(nullptr), XML_ParserFree);
   common_outcome result;
-  XML_SetUserData(parser.get(), &result.events);
+  XML_SetUserData(parser.get(), &result);
   XML_SetElementHandler(
       parser.get(),
-      [](void* events, const char* name, const char** attributes) {
-        auto* to = static_cast<common_events*>(events);
-        to->add("start ", name);
+      [](void* to, const char* name, const char** attributes) {
+        auto* outcome = static_cast<common_outcome*>(to);
+        outcome->add("start ", name);
         for (; *attributes != nullptr; attributes += 2) {
-          to->add("attr ", std::string(attributes[0]) + "=" + attributes[1]);
+          outcome->add("attr ", std::string(attributes[0]) + "=" + attributes[1]);
         }
       },
-      [](void* events, const char* name) {
-        static_cast<common_events*>(events)->add("end ", name);
-      });
-  XML_SetCharacterDataHandler(parser.get(), [](void* events, const char* text, int length) {
-    static_cast<common_events*>(events)->add("content ", {text, static_cast<std::size_t>(length)});
+      [](void* to, const char* name) { static_cast<common_outcome*>(to)->add("end ", name); });
+  XML_SetCharacterDataHandler(parser.get(), [](void* to, const char* text, int length) {
+    static_cast<common_outcome*>(to)->add("content ", {text, static_cast<std::size_t>(length)});
   });
   const auto status =
       XML_Parse(parser.get(), document.data(), static_cast<int>(document.size()), XML_TRUE);

@@ -60,16 +60,11 @@ struct outcome {
   std::int32_t line = -1;
 
   bool operator==(const outcome&) const = default;
-  std::string event_text() const {
-    std::string text;
-    for (const std::string& event : events) (text += text.empty() ? "" : "|") += event;
-    return text;
-  }
   std::string text() const {
     std::string text = "error ";
-    (text += std::to_string(error)) += " on line ";
-    (text += std::to_string(line)) += ": ";
-    return text += event_text();
+    ((text += std::to_string(error)) += " on line ") += std::to_string(line);
+    for (const std::string& event : events) (text += &event == &events[0] ? ": " : "|") += event;
+    return text;
   }
 };
 
