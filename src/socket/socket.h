@@ -66,7 +66,8 @@ struct Socket {
 // addresses are empty but for the family. The caller owns it (socket_ptr, sktClose). Null on
 // failure; nothing then stays open or allocated. Standard error holds:
 //   Socket::Init():Illegal family: 5                  and the next one
-//   Socket::Init():Error:'m_sockaddr == 0'            family and type do not go together
+//   Socket::Init():Error:'m_sockaddr == 0'            family and type do not go together, or no
+//                                                     memory for the address
 //   perror socket()
 // The descriptor is closed in programs that the process starts (close-on-exec).
 Socket* sktInit(int family, int type, int protocol) noexcept;

@@ -82,14 +82,12 @@ socket_ptr make_record(int family, int type, int protocol) noexcept {
   skt->m_type = type;
   skt->m_protocol = protocol;
   const form* row = find_form(family, type);
-  if (row == nullptr) {
-    if (!is_family(family)) {
-      std::fprintf(stderr, "Socket::Init():Illegal family: %d\n", family);
-    }
-    refused("Socket::Init():Error:'m_sockaddr == 0'\n");
-    return nullptr;
+  const bool is_whole = row != nullptr && make_addresses(*skt, *row);
+  if (row == nullptr && !is_family(family)) {
+    std::fprintf(stderr, "Socket::Init():Illegal family: %d\n", family);
   }
-  return make_addresses(*skt, *row) ? std::move(skt) : nullptr;
+  if (skt->m_sockaddr == nullptr) refused("Socket::Init():Error:'m_sockaddr == 0'\n");
+  return is_whole ? std::move(skt) : nullptr;
 }
 
 int set_nonblocking(int fd, bool on, int& before) noexcept {

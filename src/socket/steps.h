@@ -16,8 +16,9 @@ int failed(const char* label) noexcept;
 // Writes a fixed text to standard error: -1.
 int refused(const char* text) noexcept;
 
-// A record with its addresses and without a descriptor (m_sock -1); null and reported where family
-// and type do not go together, null where memory has run out.
+// A record with its addresses and without a descriptor (m_sock -1). Null and reported where family
+// and type do not go together; null where memory has run out, and reported where there is none for
+// m_sockaddr.
 socket_ptr make_record(int family, int type, int protocol) noexcept;
 
 // Sets or clears O_NONBLOCK; `before` becomes the file status flags as they were. 0, or -1 and

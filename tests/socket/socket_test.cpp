@@ -90,9 +90,12 @@ TEST_F(Sockets, AreNotMadeWithoutMemory) {
       ASSERT_LT(failing_call, 9);
       calls = live_blocks = 0;
       failed = nullptr;
-      watching = true;
-      skt.reset(make());
-      watching = false;
+      const std::string text = printed([&] {
+        watching = true;
+        skt.reset(make());
+        watching = false;
+      });
+      EXPECT_EQ(text, failing_call == 1 ? "Socket::Init():Error:'m_sockaddr == 0'\n" : "");
       EXPECT_EQ(skt == nullptr, failed != nullptr);
       EXPECT_EQ(live_blocks, skt == nullptr ? 0 : 5);
     }
