@@ -84,17 +84,13 @@ socket_ptr accept_into(socket_ptr skt, int listener, const char* label) noexcept
   return skt;
 }
 
-bool fits_in_set(const Socket& skt) noexcept {
-  return skt.m_sock >= 0 && skt.m_sock < FD_SETSIZE;
-}
-
 }  // namespace
 
 int sktConnectAddr(Socket* skt, const skt_address* addr, int port, long timeout_ms) noexcept {
   if (skt->m_type != SOCK_STREAM) {
     return refused("sktConnectAddr():Socket must be SOCK_STREAM\n");
   }
-  if (!fits_in_set(*skt)) {
+  if (!fits_set(skt->m_sock)) {
     std::fprintf(stderr, "sktConnectAddr(): descriptor %d is beyond those of select\r\n",
                  skt->m_sock);
     return -1;
@@ -158,7 +154,7 @@ int sktSelectRd(int count, Socket* const* skts, long timeout_ms) noexcept {
   fd_set readable;
   FD_ZERO(&readable);
   std::for_each(skts, end, [](Socket* skt) { skt->m_selected = 0; });
-  if (!std::all_of(skts, end, [](const Socket* skt) { return fits_in_set(*skt); })) {
+  if (!std::all_of(skts, end, [](const Socket* skt) { return fits_set(skt->m_sock); })) {
     errno = EINVAL;
     return failed("Socket::SelectRd():select()");
   }

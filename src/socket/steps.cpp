@@ -118,12 +118,16 @@ bool set_local_name(skt_address& address, const char* name) noexcept {
   return true;
 }
 
+bool fits_set(int fd) noexcept {
+  return fd >= 0 && fd < FD_SETSIZE;
+}
+
 timeval time_of(long milliseconds) noexcept {
   return {milliseconds / 1000, milliseconds % 1000 * 1000};
 }
 
 int wait_for(int fd, bool* readable, bool* writable, long timeout_ms) noexcept {
-  if (fd < 0 || fd >= FD_SETSIZE) {
+  if (!fits_set(fd)) {
     errno = EINVAL;
     return -1;
   }

@@ -35,6 +35,9 @@ inline constexpr std::size_t longest_local_name = sizeof(sockaddr_un::sun_path) 
 // Makes `address` the local address of a name; false and reported when the name does not fit.
 bool set_local_name(skt_address& address, const char* name) noexcept;
 
+// Whether a set of select can hold the descriptor.
+bool fits_set(int fd) noexcept;
+
 timeval time_of(long milliseconds) noexcept;
 
 // Waits until the descriptor can be read or, with `writable` not null, read or written; for
