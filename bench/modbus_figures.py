@@ -9,7 +9,9 @@ _PROCESSOR = min(os.sched_getaffinity(0))
 
 def measure(bench):
     bench.progress("Modbus TCP transactions")
-    program, missing = _build(bench)
+    sources = [path for module in ("modbus", "util")
+               for path in (bench.source / "src" / module).glob("*.cpp")]
+    program, missing = bench.peer_program("modbus_peers", ["libmodbus"], sources)
     if program is None:
         bench.report.not_measured("Modbus TCP figures", missing)
         return
@@ -20,22 +22,6 @@ def measure(bench):
                           [b / a for a, b in zip(own, both)], 1.3)
     bench.report.peer("  masters of one slave", [b / a for a, b in zip(own, master)])
     _system_calls(bench, program)
-
-
-def _build(bench):
-    if which("g++") is None or which("pkg-config") is None:
-        return None, "g++ or pkg-config missing"
-    flags = subprocess.run(["pkg-config", "--cflags", "--libs", "libmodbus"], capture_output=True,
-                           text=True, check=False)
-    if flags.returncode != 0:
-        return None, "libmodbus missing"
-    program = bench.folder / "modbus_peers"
-    modules = [path for module in ("modbus", "util")
-               for path in (bench.source / "src" / module).glob("*.cpp")]
-    subprocess.run(["g++", "-std=c++20", "-O3", "-flto", f"-I{bench.source / 'src'}", "-o", program,
-                    bench.source / "bench/modbus_peers.cpp", *modules, *flags.stdout.split()],
-                   check=True)
-    return program, None
 
 
 def _seconds(program, master, slave, count):

@@ -23,27 +23,10 @@ def measure(bench):
 class _Figures:
     def __init__(self, bench):
         self.bench = bench
-        self.missing = None
-        self.program = self._build()
-
-    def _build(self):
-        """The jobs of every library in one program; None where a library is missing."""
-        source = self.bench.source
-        libraries = ["expat", "libxml-2.0", "pugixml"]
-        if which("g++") is None or which("pkg-config") is None:
-            self.missing = "g++ or pkg-config missing"
-            return None
-        flags = subprocess.run(["pkg-config", "--cflags", "--libs", *libraries],
-                               capture_output=True, text=True, check=False)
-        if flags.returncode != 0:
-            self.missing = "expat, libxml2 or pugixml missing"
-            return None
-        program = self.bench.folder / "xml_peers"
-        modules = [*(source / "src/xml").glob("*.cpp"), *(source / "src/cfg").glob("*.cpp")]
-        subprocess.run(["g++", "-std=c++20", "-O3", "-flto", f"-I{source / 'src'}", "-o", program,
-                        source / "bench/xml_peers.cpp", *modules, *flags.stdout.split()],
-                       check=True)
-        return program
+        sources = [path for module in ("xml", "cfg")
+                   for path in (bench.source / "src" / module).glob("*.cpp")]
+        self.program, self.missing = bench.peer_program(
+            "xml_peers", ["expat", "libxml-2.0", "pugixml"], sources)
 
     def document(self, points):
         """A whole document in the written format, around the units of a mapping."""
