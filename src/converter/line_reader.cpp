@@ -47,7 +47,17 @@ line_reader::result line_reader::next(std::string_view& line) noexcept {
   const char* const behind = newline != nullptr ? newline + 1 : end_;
   line = {at_, static_cast<std::size_t>(behind - at_)};
   at_ = behind;
-  return result::line;
+  return std::memchr(line.data(), '\0', line.size()) == nullptr ? result::line : result::holds_nul;
+}
+
+void line_reader::skip_line() noexcept {
+  const void* newline = nullptr;
+  while (newline == nullptr) {
+    if (at_ == end_) refill();
+    if (at_ == end_) return;
+    newline = std::memchr(at_, '\n', static_cast<std::size_t>(end_ - at_));
+    at_ = newline == nullptr ? end_ : static_cast<const char*>(newline) + 1;
+  }
 }
 
 }  // namespace ruvex

@@ -18,11 +18,15 @@ class line_reader {
   line_reader(const line_reader&) = delete;
   line_reader& operator=(const line_reader&) = delete;
 
-  enum class result { line, too_long, end };
+  enum class result { line, too_long, holds_nul, end };
 
   // Gets the next line, with its newline where it has one; the last line of a file may have none.
-  // `line` is valid until the next call. A read error is the end.
+  // `line` is valid until the next call; it is set by `line` and `holds_nul`. A read error is the
+  // end. Behind a line that is too long only skip_line() may be called.
   result next(std::string_view& line) noexcept;
+
+  // Passes over a line that is too long, its newline included.
+  void skip_line() noexcept;
 
  private:
   void refill() noexcept;

@@ -144,10 +144,11 @@ const modbus_type_row* find_data_type(std::string_view data_type) noexcept {
 }
 
 bool is_bit_type(std::string_view data_type) noexcept {
-  constexpr std::size_t length = 5;
-  for (; data_type.size() >= length; data_type.remove_prefix(1)) {
-    const std::string_view start = first(data_type, length);
-    if (start == "Bit16" || start == "Bit32") return true;
+  std::size_t at;
+  while ((at = data_type.find('B')) != std::string_view::npos) {
+    data_type.remove_prefix(at);
+    if (data_type.starts_with("Bit16") || data_type.starts_with("Bit32")) return true;
+    data_type.remove_prefix(1);
   }
   return false;
 }

@@ -17,19 +17,23 @@ namespace {
 
 constexpr std::size_t limit = 1023;
 
-struct outcome {
-  std::vector<std::string> lines;
-  line_reader::result end;
-
-  bool operator==(const outcome&) const = default;
-};
+// The lines of a content; in place of one that is too long, or that holds a NUL, stands a mark.
+using outcome = std::vector<std::string>;
 
 outcome read_all(int descriptor) {
   line_reader reader(descriptor, limit);
   outcome read;
   std::string_view line;
-  while ((read.end = reader.next(line)) == line_reader::result::line) read.lines.emplace_back(line);
-  EXPECT_EQ(reader.next(line), read.end) << "the end is final";
+  line_reader::result got;
+  while ((got = reader.next(line)) != line_reader::result::end) {
+    if (got == line_reader::result::too_long) {
+      reader.skip_line();
+      read.emplace_back("too long");
+    } else {
+      read.push_back((got == line_reader::result::holds_nul ? "NUL " : "") + std::string(line));
+    }
+  }
+  EXPECT_EQ(reader.next(line), line_reader::result::end) << "the end is final";
   ::close(descriptor);
   return read;
 }
@@ -52,11 +56,12 @@ outcome read_in_pieces(const std::string& content, std::size_t piece) {
 
 // The same over the whole content at once.
 outcome split(const std::string& content) {
-  outcome read = {{}, line_reader::result::end};
-  for (std::size_t at = 0; at < content.size(); at += read.lines.back().size()) {
-    const std::size_t newline = std::min(content.find('\n', at), content.size() - 1);
-    if (newline + 1 - at > limit) return {read.lines, line_reader::result::too_long};
-    read.lines.push_back(content.substr(at, newline + 1 - at));
+  outcome read;
+  for (std::size_t at = 0, behind = 0; at < content.size(); at = behind) {
+    behind = std::min(content.find('\n', at), content.size() - 1) + 1;
+    const std::string line = content.substr(at, behind - at);
+    const bool has_nul = line.find('\0') != std::string::npos;
+    read.push_back(line.size() > limit ? "too long" : (has_nul ? "NUL " : "") + line);
   }
   return read;
 }
@@ -72,7 +77,7 @@ TEST(LineReader, LinesAreThoseOfTheWholeContent) {
       content += std::string(length - 1, static_cast<char>(random() % 10)) + '\n';
     }
     content += std::string(limit - 2 + random() % 3, 'x');
-    if (random() % 2 == 0) content += "\nb\n";
+    if (random() % 2 == 0) content += std::string(random() % 200000, 'y') + "\nb\n";
     for (const std::size_t piece : {509U, 4096U, 60000U}) {
       EXPECT_TRUE(read_in_pieces(content, piece) == split(content)) << round << " by " << piece;
     }
