@@ -280,13 +280,11 @@ SimpleXmlTagHandler handler(SimpleXmlParser* parser, std::int32_t event, const c
   return handler;
 }
 
-yax_cfg* read_xml_cfg(const char* path) noexcept {
+yax_cfg* parse_xml_cfg(const char* document, std::int32_t length) noexcept {
   yax_cfg_ptr doc(make_record<yax_cfg>().release());
   if (doc == nullptr) return nullptr;
   init_yax_cfg(doc.get());
-  const file_content content = read_file(path);
-  if (content.bytes == nullptr) return nullptr;
-  const xml_parser_ptr parser(simpleXmlCreateParser(content.bytes.get(), content.length));
+  const xml_parser_ptr parser(simpleXmlCreateParser(document, length));
   reader_state state;
   state.cfg_ptr = doc.get();
   if (parser == nullptr || simpleXmlPushUserData(parser.get(), &state) == 0) return nullptr;
@@ -295,6 +293,12 @@ yax_cfg* read_xml_cfg(const char* path) noexcept {
     return nullptr;
   }
   return doc.release();
+}
+
+yax_cfg* read_xml_cfg(const char* path) noexcept {
+  const file_content content = read_file(path);
+  if (content.bytes == nullptr) return nullptr;
+  return parse_xml_cfg(content.bytes.get(), content.length);
 }
 
 }  // namespace ruvex
