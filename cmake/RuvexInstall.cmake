@@ -16,7 +16,7 @@ install(FILES ${PROJECT_BINARY_DIR}/ruvex-config.cmake
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/ruvex)
 
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/src/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ruvex
-        FILES_MATCHING PATTERN "*.h")
+        FILES_MATCHING PATTERN "*.h" PATTERN "ctl" EXCLUDE)
 
 set(libraries "")
 foreach(module IN LISTS modules)

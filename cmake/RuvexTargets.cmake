@@ -28,10 +28,11 @@ add_library(ruvex_product_options INTERFACE)
 target_link_libraries(ruvex_product_options INTERFACE ruvex_options)
 target_compile_options(ruvex_product_options INTERFACE -fno-exceptions -fno-rtti)
 
-# ruvex_module(NAME SOURCES... [USES MODULE...]): the library ruvex::NAME of the folder it stands in.
-# It sees its own folder and those of the modules it uses, through src/; it links nothing else.
+# ruvex_module(NAME [INTERNAL] SOURCES... [USES MODULE...]): the library ruvex::NAME of the folder it
+# stands in. It sees its own folder and those of the modules it uses, through src/; it links nothing
+# else. What is INTERNAL is not installed.
 function(ruvex_module name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "USES")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "INTERNAL" "" "USES")
   add_library(ruvex_${name} STATIC ${arg_UNPARSED_ARGUMENTS})
   add_library(ruvex::${name} ALIAS ruvex_${name})
   set_target_properties(ruvex_${name} PROPERTIES EXPORT_NAME ${name} POSITION_INDEPENDENT_CODE ON)
@@ -46,7 +47,9 @@ function(ruvex_module name)
   foreach(used IN LISTS arg_USES)
     target_link_libraries(ruvex_${name} PUBLIC ruvex_${used})
   endforeach()
-  set_property(GLOBAL APPEND PROPERTY RUVEX_MODULES ruvex_${name})
+  if(NOT arg_INTERNAL)
+    set_property(GLOBAL APPEND PROPERTY RUVEX_MODULES ruvex_${name})
+  endif()
 endfunction()
 
 # ruvex_program(NAME SOURCES... USES MODULE...): an installed program.

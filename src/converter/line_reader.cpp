@@ -30,6 +30,7 @@ void line_reader::refill() noexcept {
     const ssize_t count = read_some(descriptor_, fill, static_cast<std::size_t>(stop - fill));
     if (count <= 0) {
       at_end_ = true;
+      error_ = count < 0 ? errno : 0;
     } else {
       fill += count;
     }

@@ -25,6 +25,9 @@ class line_reader {
   // end. Behind a line that is too long only skip_line() may be called.
   result next(std::string_view& line) noexcept;
 
+  // The errno of the read that failed and so made the end; 0 when nothing failed.
+  int error() const noexcept { return error_; }
+
   // Passes over a line that is too long, its newline included.
   void skip_line() noexcept;
 
@@ -38,6 +41,7 @@ class line_reader {
   const char* at_ = nullptr;
   const char* end_ = nullptr;
   bool at_end_ = false;
+  int error_ = 0;
   std::array<char, block_size> block_;
 };
 

@@ -1,0 +1,126 @@
+// What `ruvexctl check` says against what the converter does with the same bytes. Where it finds no
+// error, the mapping is converted, every line with a field gives its point, and the units are
+// well-formed XML; where the conversion ends early, it has an error on that line.
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <set>
+#include <string>
+#include <string_view>
+
+#ifdef RUVEX_WITH_EXPAT
+#include <expat.h>
+#endif
+
+#include "cfg/xml_writer.h"
+#include "converter/mapping_reader.h"
+#include "ctl/mapping_check.h"
+#include "memory_file.h"
+
+namespace ruvex {
+namespace {
+
+struct verdict {
+  std::set<std::int64_t> bad_lines;  // with an error
+  std::int64_t points = 0;
+};
+
+verdict check(const memory_file& csv, std::size_t size) {
+  verdict found;
+  const int descriptor = ::open(csv.path(), O_RDONLY);
+  mapping_check check;
+  line_reader lines(descriptor, max_mapping_line);
+  std::string_view text;
+  line_reader::result got;
+  bool goes_on = true;
+  while (goes_on && (got = lines.next(text)) != line_reader::result::end) {
+    goes_on = check.check_line(got, text);
+    if (got == line_reader::result::too_long) lines.skip_line();
+    for (const finding& finding : check.findings()) {
+      require(finding.column >= 1 && finding.column <= std::max(size, max_mapping_line) + 1,
+              "a column lies within the line");
+      require(!finding.text.empty(), "a finding has a text");
+      if (row_of(finding.id).level == severity::error) found.bad_lines.insert(finding.line);
+    }
+  }
+  ::close(descriptor);
+  found.points = check.points();
+  return found;
+}
+
+// How many lines the shortest beginning of the mapping has that cannot be converted.
+std::int64_t failing_line(std::string_view bytes) {
+  for (std::size_t at = 0, number = 1;; ++number) {
+    at = std::min(bytes.find('\n', at), bytes.size() - 1) + 1;
+    const memory_file start;
+    start.write(reinterpret_cast<const std::uint8_t*>(bytes.data()), at);
+    if (read_csv_file(start.path()) != csv_read) return static_cast<std::int64_t>(number);
+    require(at < bytes.size(), "what fails as a whole fails at some line");
+  }
+}
+
+std::int64_t lines_with_fields(std::string_view bytes) {
+  std::int64_t count = 0;
+  bool has_field = false;
+  for (const char character : bytes) {
+    if (std::strchr(",\"\r\n", character) == nullptr || character == '\0') has_field = true;
+    if (character != '\n') continue;
+    count += has_field;
+    has_field = false;
+  }
+  return count + has_field;
+}
+
+bool is_well_formed(const std::string& units) {
+#ifdef RUVEX_WITH_EXPAT
+  const std::string document = "<yax_cfg>" + units + "</yax_cfg>";
+  XML_Parser parser = XML_ParserCreate(nullptr);
+  const XML_Status status =
+      XML_Parse(parser, document.data(), static_cast<int>(document.size()), XML_TRUE);
+  XML_ParserFree(parser);
+  return status == XML_STATUS_OK;
+#else
+  static_cast<void>(units);
+  return true;
+#endif
+}
+
+std::int64_t channels() {
+  std::int64_t count = 0;
+  for (const unit_cfg* unit = modUnits; unit != nullptr; unit = unit->next)
+    count += unit->chn_count;
+  return count;
+}
+
+void run(const std::uint8_t* data, std::size_t size) {
+  const memory_file csv;
+  csv.write(data, size);
+  const std::string_view bytes(reinterpret_cast<const char*>(data), size);
+  const verdict found = check(csv, size);
+  const int result = read_csv_file(csv.path());
+  if (result != csv_read) {
+    require(found.bad_lines.count(failing_line(bytes)) == 1, "the line that fails has an error");
+  } else if (found.bad_lines.empty()) {
+    require(channels() == found.points, "the points are counted");
+    require(found.points == lines_with_fields(bytes), "no line is lost");
+    const memory_file xml;
+    print_tag(nullptr, 0, print_reset, nullptr);
+    require(write_xml_unit_cfg(modUnits, xml.path()) == 0 && xml_write_error == 0, "it is written");
+    require(is_well_formed(xml.content()), "the units are well-formed XML");
+  }
+  free_units();
+}
+
+}  // namespace
+}  // namespace ruvex
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static const bool quiet = std::freopen("/dev/null", "w", stdout) != nullptr;
+  if (quiet) ruvex::run(data, size);
+  return 0;
+}

@@ -1,0 +1,142 @@
+// ruvexctl check: everything in a mapping file that will not come out as it is meant.
+
+#include <algorithm>
+#include <climits>
+#include <cstdio>
+#include <cstring>
+
+#include "ctl/command.h"
+#include "ctl/findings.h"
+#include "ctl/input.h"
+#include "ctl/mapping_check.h"
+#include "ctl/progress.h"
+#include "ctl/texts.h"
+
+namespace ruvex {
+namespace {
+
+constexpr choice<finding_format> formats[] = {
+    {"text", finding_format::text},
+    {"json", finding_format::json},
+};
+
+bool ignore_rules(finding_settings& settings, std::string_view names) {
+  while (!names.empty()) {
+    const std::size_t length = std::min(names.find(','), names.size());
+    const rule_row* row = find_rule(names.substr(0, length));
+    if (row == nullptr) return false;
+    settings.is_ignored[static_cast<std::size_t>(row->id)] = true;
+    names.remove_prefix(std::min(length + 1, names.size()));
+  }
+  return true;
+}
+
+constexpr option_row<finding_settings> options[] = {
+    {"format", true,
+     [](finding_settings& settings, std::string_view argument) {
+       return choose(formats, argument, settings.format);
+     }},
+    {"werror", false,
+     [](finding_settings& settings, std::string_view) {
+       return settings.warnings_are_errors = true;
+     }},
+    {"ignore", true, ignore_rules},
+    {"max-errors", true,
+     [](finding_settings& settings, std::string_view argument) {
+       return parse_number(argument, ULONG_MAX, settings.max_errors);
+     }},
+    {"quiet", false,
+     [](finding_settings& settings, std::string_view) { return settings.is_quiet = true; }},
+};
+
+// False when the file cannot be read to its end.
+bool check_file(const char* path, finding_report& report, std::int64_t& points) {
+  const input_file file(path);
+  if (!file.is_open()) return false;
+  mapping_check check;
+  line_reader lines(file.descriptor(), max_mapping_line);
+  progress shown(path);
+  std::string_view text;
+  line_reader::result got;
+  for (std::int64_t number = 1; (got = lines.next(text)) != line_reader::result::end; ++number) {
+    const bool goes_on = check.check_line(got, text);
+    if (got == line_reader::result::too_long) lines.skip_line();
+    if (!check.findings().empty()) shown.hide();
+    for (const finding& finding : check.findings()) report.add(path, finding);
+    if (!goes_on || report.is_full()) break;
+    shown.at(number);
+  }
+  points += check.points();
+  if (lines.error() == 0) return true;
+  report.flush();
+  complain("%s: %s", path, std::strerror(lines.error()));
+  return false;
+}
+
+std::string counted(std::uint64_t count, std::string_view what) {
+  return message(count, " ", what, count == 1 ? "" : "s");
+}
+
+void print_summary(const finding_report& report, std::size_t files, std::int64_t points) {
+  const std::string summary =
+      message(counted(files, "file"), ", ", counted(static_cast<std::uint64_t>(points), "point"),
+              ": ", counted(report.errors(), "error"), ", ", counted(report.warnings(), "warning"),
+              report.is_full() ? "; stopped there" : "");
+  std::fprintf(stderr, "%s\n", summary.c_str());
+}
+
+int run_check(int argc, char** argv) {
+  finding_settings settings;
+  if (const auto status = read_options(check_command, argc, argv, options, settings))
+    return *status;
+  const std::span<char*> paths = operands(argc, argv);
+  if (paths.empty()) return refuse_use(check_command, "a file is needed");
+  finding_report report(settings);
+  bool all_read = true;
+  std::size_t files = 0;
+  std::int64_t points = 0;
+  for (const char* path : paths) {
+    if (report.is_full()) break;
+    if (check_file(path, report, points)) {
+      ++files;
+    } else {
+      all_read = false;
+    }
+  }
+  report.flush();
+  if (!settings.is_quiet && files != 0) print_summary(report, files, points);
+  if (!all_read) return finish_output(ctl_trouble);
+  return finish_output(report.errors() + report.warnings() == 0 ? ctl_clean : ctl_findings);
+}
+
+}  // namespace
+
+const command check_command = {
+    "check",
+    "ruvexctl check",
+    "[OPTION]... FILE...",
+    R"(Report everything in mapping files that ruvex refuses, or that the controller
+would have otherwise than it is meant. ruvex itself is silent about most of it.
+
+      --format=text|json  findings as FILE:LINE:COLUMN: error|warning: text
+                          [rule] on standard error (text, the default), or as
+                          one JSON object a line on standard output
+      --werror            report warnings as errors
+      --ignore=RULE,...   leave out what these rules find
+      --max-errors=N      stop after N errors (0, the default: never)
+      --quiet             print no findings and no summary; the exit status tells
+      --help              print this help
+      --version           print the version
+
+A FILE that is "-" is standard input. Lines and columns count from 1, columns
+in bytes. Behind an empty or divided cell the fields of a line are other cells'
+texts and are not looked at: mend it and check again. A summary comes last.
+
+Exit status: 0 nothing found, 1 something found, 2 a file cannot be read.
+
+Rules (see ruvexctl-check(1)):
+)",
+    run_check,
+    print_rules};
+
+}  // namespace ruvex

@@ -1,0 +1,135 @@
+// What the subcommands share: how they are called, how they complain, how they end.
+#pragma once
+
+#include <getopt.h>
+
+#include <cstddef>
+#include <optional>
+#include <span>
+#include <string_view>
+#include <vector>
+
+namespace ruvex {
+
+// The exit statuses of ruvexctl.
+enum ctl_status : int {
+  ctl_clean = 0,
+  ctl_findings = 1,  // check: something was found; diff: the files differ
+  ctl_trouble = 2,   // the work could not be done; a message has been printed
+};
+
+struct command {
+  const char* name;                   // as on the command line
+  const char* program;                // "ruvexctl NAME", which begins its messages
+  const char* synopsis;               // what follows the program in a usage line
+  const char* help;                   // the rest of the answer to --help: lines, the last one ended
+  int (*run)(int argc, char** argv);  // argv[0] is the program; the result is a ctl_status
+  void (*print_more)() = nullptr;     // prints what follows the help, where something does
+};
+
+extern const command check_command;
+extern const command show_command;
+extern const command diff_command;
+extern const command tidy_command;
+
+// Prints "ruvexctl: ", the message and a newline on standard error. Format and arguments are those
+// of printf.
+[[gnu::format(printf, 1, 2)]] void complain(const char* format, ...) noexcept;
+
+// Prints "PROGRAM: ", what is wrong with the command line, and an offer of help. Gives ctl_trouble.
+int refuse_use(const command& command, const char* what) noexcept;
+
+// Prints "Try 'PROGRAM --help' for more information." on standard error. Gives ctl_trouble.
+int offer_help(const command& command) noexcept;
+
+// The answers to --help and --version, on standard output. Both give the status to end with.
+int print_help(const command& command) noexcept;
+int print_version() noexcept;
+
+// Ends the output: what standard output still holds is written. `status`, or ctl_trouble after a
+// message when not every byte reached its place.
+int finish_output(int status) noexcept;
+
+// A text that an option takes, and what it stands for.
+template <class Value>
+struct choice {
+  std::string_view text;
+  Value value;
+};
+
+// Finds `text` among the choices. False, and `value` is unchanged, when it is none of them.
+template <class Value, std::size_t Count>
+bool choose(const choice<Value> (&choices)[Count], std::string_view text, Value& value) {
+  for (const auto& row : choices) {
+    if (row.text != text) continue;
+    value = row.value;
+    return true;
+  }
+  return false;
+}
+
+// A whole decimal number without a sign. False, and `value` is unchanged, when the text is none or
+// the number is above `largest`.
+bool parse_number(std::string_view text, unsigned long largest, unsigned long& value) noexcept;
+
+// An option of a subcommand.
+template <class Settings>
+struct option_row {
+  const char* name;  // without the hyphens
+  bool has_argument;
+  // Takes the argument (empty where there is none). False when it is not one.
+  bool (*take)(Settings& settings, std::string_view argument);
+};
+
+// Reads the options of a subcommand into `settings`, in the manner of GNU programs: options and
+// operands in any order, unambiguous abbreviations, "--" before operands only. --help and --version
+// are answered. Nothing, and the operands are argv[optind] and those behind it, when the subcommand
+// is to run; otherwise the status to end with, after a message where something is wrong.
+template <class Settings, std::size_t Rows>
+std::optional<int> read_options(const command& command, int argc, char** argv,
+                                const option_row<Settings> (&rows)[Rows], Settings& settings);
+
+// The operands that read_options has left.
+inline std::span<char*> operands(int argc, char** argv) noexcept {
+  return {argv + optind, argv + argc};
+}
+
+namespace option_reading {
+
+struct option_text {
+  const char* name;
+  bool has_argument;
+};
+
+inline constexpr int help = 1000;
+inline constexpr int version = 1001;
+
+// The table that getopt_long takes, with --help and --version behind the given options.
+std::vector<::option> long_options(std::span<const option_text> options);
+
+int refuse_argument(const command& command, const char* option, const char* argument) noexcept;
+
+}  // namespace option_reading
+
+template <class Settings, std::size_t Rows>
+std::optional<int> read_options(const command& command, int argc, char** argv,
+                                const option_row<Settings> (&rows)[Rows], Settings& settings) {
+  std::vector<option_reading::option_text> texts;
+  for (const auto& row : rows) texts.push_back({row.name, row.has_argument});
+  const std::vector<::option> options = option_reading::long_options(texts);
+  optind = 0;  // a fresh start
+  while (true) {
+    const int found = ::getopt_long(argc, argv, "", options.data(), nullptr);
+    if (found == -1) return std::nullopt;
+    if (found == option_reading::help) return print_help(command);
+    if (found == option_reading::version) return print_version();
+    if (found == '?') return offer_help(command);
+    const auto& row = rows[found];
+    const char* argument = row.has_argument ? optarg : "";
+    if (!row.take(settings, argument)) {
+      return option_reading::refuse_argument(command, row.name, argument);
+    }
+  }
+}
+
+}  // namespace ruvex

@@ -1,0 +1,178 @@
+#include "ctl/encoding.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <utility>
+
+#include "ctl/utf_8.h"
+
+namespace ruvex {
+namespace {
+
+constexpr std::string_view utf8_mark = "\xEF\xBB\xBF";
+constexpr std::string_view little_endian_mark = "\xFF\xFE";
+constexpr std::string_view big_endian_mark = "\xFE\xFF";
+
+unsigned byte_at(std::string_view text, std::size_t at) noexcept {
+  return static_cast<unsigned char>(text[at]);
+}
+
+// The place behind `text`.
+text_place place_behind(std::string_view text) noexcept {
+  text_place place = {1, 1};
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    const bool is_in_pair = text[at] == '\r' && text.substr(at + 1, 1) == "\n";
+    const bool ends_line = text[at] == '\n' || text[at] == '\r';
+    if (ends_line && !is_in_pair) {
+      place = {place.line + 1, 1};
+    } else {
+      ++place.column;
+    }
+  }
+  return place;
+}
+
+std::size_t valid_length(std::string_view text) noexcept {
+  std::size_t at = 0;
+  while (at < text.size()) {
+    const std::size_t length = utf_8_length(text.substr(at));
+    if (length == 0) break;
+    at += length;
+  }
+  return at;
+}
+
+void append_character(std::string& text, std::uint32_t code) {
+  const auto append = [&text](std::uint32_t byte) { text += static_cast<char>(byte); };
+  const auto append_later = [&](unsigned shift) { append(0x80 | (code >> shift & 0x3F)); };
+  if (code < 0x80) return append(code);
+  if (code < 0x800) {
+    append(0xC0 | code >> 6);
+  } else if (code < 0x10000) {
+    append(0xE0 | code >> 12);
+    append_later(6);
+  } else {
+    append(0xF0 | code >> 18);
+    append_later(12);
+    append_later(6);
+  }
+  append_later(0);
+}
+
+decoded_text decode_utf8(std::string content) {
+  if (content.starts_with(utf8_mark)) content.erase(0, utf8_mark.size());
+  const std::size_t valid = valid_length(content);
+  const bool is_valid = valid == content.size();
+  content.resize(valid);
+  const text_place place = is_valid ? text_place{1, 1} : place_behind(content);
+  return {std::move(content), text_encoding::utf8, is_valid ? nullptr : "not UTF-8", place};
+}
+
+decoded_text decode_latin1(std::string_view content) {
+  std::string text;
+  text.reserve(content.size());
+  for (const char character : content) {
+    append_character(text, static_cast<unsigned char>(character));
+  }
+  return {std::move(text), text_encoding::latin1, nullptr, {1, 1}};
+}
+
+bool is_surrogate(std::uint32_t unit) noexcept {
+  return (unit & 0xF800) == 0xD800;
+}
+bool is_low_surrogate(std::uint32_t unit) noexcept {
+  return (unit & 0xFC00) == 0xDC00;
+}
+
+// The 16-bit units of a text in UTF-16.
+class utf16_units {
+ public:
+  utf16_units(std::string_view bytes, bool is_big_endian) noexcept
+      : bytes_(bytes), high_(is_big_endian ? 0 : 1) {}
+
+  std::size_t count() const noexcept { return bytes_.size() / 2; }
+  bool has_odd_byte() const noexcept { return bytes_.size() % 2 != 0; }
+  std::uint32_t operator[](std::size_t number) const noexcept {
+    return byte_at(bytes_, number * 2 + high_) << 8 | byte_at(bytes_, number * 2 + 1 - high_);
+  }
+
+ private:
+  std::string_view bytes_;
+  std::size_t high_;
+};
+
+decoded_text decode_utf16(const utf16_units& units) {
+  decoded_text decoded = {{}, text_encoding::utf16, nullptr, {1, 1}};
+  decoded.text.reserve(units.count());
+  for (std::size_t at = 0; at < units.count(); ++at) {
+    std::uint32_t code = units[at];
+    if (is_surrogate(code)) {
+      const bool is_pair =
+          !is_low_surrogate(code) && at + 1 < units.count() && is_low_surrogate(units[at + 1]);
+      if (!is_pair) {
+        decoded.defect = "half a surrogate pair";
+        break;
+      }
+      ++at;
+      code = 0x10000 + ((code & 0x3FF) << 10 | (units[at] & 0x3FF));
+    }
+    append_character(decoded.text, code);
+  }
+  if (decoded.defect == nullptr && units.has_odd_byte()) decoded.defect = "half a character";
+  if (decoded.defect != nullptr) decoded.place = place_behind(decoded.text);
+  return decoded;
+}
+
+decoded_text decode_utf16(std::string_view content) {
+  const bool is_big_endian = content.starts_with(big_endian_mark);
+  if (is_big_endian || content.starts_with(little_endian_mark)) content.remove_prefix(2);
+  return decode_utf16(utf16_units(content, is_big_endian));
+}
+
+// Where the NUL bytes of a text in UTF-16 stand, if it looks like one.
+enum class nul_places { elsewhere, even, odd };
+nul_places find_nuls(std::string_view content) noexcept {
+  constexpr std::size_t sample = 4096;
+  const std::string_view start = content.substr(0, sample);
+  std::size_t found[2] = {};
+  for (std::size_t at = 0; at < start.size(); ++at) {
+    if (start[at] == '\0') ++found[at % 2];
+  }
+  const std::size_t half = start.size() / 4;  // of the places of one kind
+  if (found[1] > half && found[0] <= half) return nul_places::odd;
+  if (found[0] > half && found[1] <= half) return nul_places::even;
+  return nul_places::elsewhere;
+}
+
+decoded_text decode_automatically(std::string content) {
+  if (content.starts_with(utf8_mark)) return decode_utf8(std::move(content));
+  if (content.starts_with(little_endian_mark) || content.starts_with(big_endian_mark)) {
+    return decode_utf16(content);
+  }
+  const nul_places nuls = find_nuls(content);
+  if (nuls != nul_places::elsewhere) {
+    return decode_utf16(utf16_units(content, nuls == nul_places::even));
+  }
+  if (valid_length(content) != content.size()) return decode_latin1(content);
+  return decode_utf8(std::move(content));
+}
+
+}  // namespace
+
+decoded_text decode_text(std::string content, text_encoding encoding) {
+  switch (encoding) {
+    case text_encoding::utf8:
+      return decode_utf8(std::move(content));
+    case text_encoding::utf16:
+      return decode_utf16(content);
+    case text_encoding::latin1:
+      return decode_latin1(content);
+    case text_encoding::automatic:
+      break;
+  }
+  return decode_automatically(std::move(content));
+}
+
+}  // namespace ruvex

@@ -1,0 +1,66 @@
+// The findings of a run: which of them count, how they are printed, how many there were.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "converter/mapping_rules.h"
+#include "ctl/rules.h"
+
+namespace ruvex {
+
+struct finding {
+  rule id;
+  std::int64_t line;   // from 1
+  std::size_t column;  // from 1, in bytes
+  std::size_t field;   // its number, or no_field
+  std::string text;    // lower-case start, no full stop
+};
+inline constexpr std::size_t no_field = max_mapping_fields;
+
+enum class finding_format { text, json };
+
+struct finding_settings {
+  finding_format format = finding_format::text;
+  bool warnings_are_errors = false;
+  bool is_quiet = false;         // nothing is printed
+  unsigned long max_errors = 0;  // the run ends after so many; 0: never
+  std::array<bool, rule_count> is_ignored = {};
+};
+
+// Text goes to standard error, JSON (one object a line) to standard output.
+class finding_report {
+ public:
+  explicit finding_report(const finding_settings& settings) noexcept;
+  ~finding_report() { flush(); }
+  finding_report(const finding_report&) = delete;
+  finding_report& operator=(const finding_report&) = delete;
+
+  // Counts and prints a finding in `file`, unless its rule is ignored.
+  void add(std::string_view file, const finding& finding);
+
+  // Whether so much has been found that the run is to end.
+  bool is_full() const noexcept;
+
+  // Prints what has been held back.
+  void flush() noexcept;
+
+  std::uint64_t errors() const noexcept { return errors_; }
+  std::uint64_t warnings() const noexcept { return warnings_; }
+
+ private:
+  void print_text(std::string_view file, const finding& finding, severity level);
+  void print_json(std::string_view file, const finding& finding, severity level);
+
+  const finding_settings& settings_;
+  const bool is_terminal_;
+  const bool is_coloured_;
+  std::string held_;
+  std::uint64_t errors_ = 0;
+  std::uint64_t warnings_ = 0;
+};
+
+}  // namespace ruvex

@@ -1,0 +1,54 @@
+// One line under examination: what stands in it, what the converter makes of it, and the findings.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "converter/mapping_rules.h"
+#include "converter/point_reader.h"
+#include "ctl/findings.h"
+
+namespace ruvex {
+
+class line_findings {
+ public:
+  // The line `text`, which outlives the object.
+  line_findings(std::int64_t number, std::string_view text, std::vector<finding>& list) noexcept
+      : number_(number), text_(text), list_(list) {}
+
+  // Notes what is wrong at `column`, counted from 1.
+  void add(rule id, std::size_t column, std::string text) {
+    list_.push_back({id, number_, column, no_field, std::move(text)});
+  }
+  // Notes what is wrong with a field; `where` is a part of it and so of the line. A field that the
+  // line lacks is missing at its end.
+  void add(rule id, std::size_t field, std::string_view where, std::string text) {
+    list_.push_back({id, number_, column_of(where), field, std::move(text)});
+  }
+
+  std::int64_t number() const noexcept { return number_; }
+  std::string_view text() const noexcept { return text_; }
+  std::size_t column_of(std::string_view where) const noexcept {
+    const char* const at = where.data() != nullptr ? where.data() : text_.data() + text_.size();
+    return static_cast<std::size_t>(at - text_.data()) + 1;
+  }
+
+ private:
+  std::int64_t number_;
+  std::string_view text_;
+  std::vector<finding>& list_;
+};
+
+// A point line with what the converter has read from it.
+struct checked_point {
+  const mapping_line& line;
+  const chn_cfg& chn;
+  const unit_cfg* unit;  // null where its field was refused
+  register_class reg_class;
+  bool is_bit;  // by its data type
+};
+
+}  // namespace ruvex

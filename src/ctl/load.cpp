@@ -1,0 +1,104 @@
+#include "ctl/load.h"
+
+#include <limits>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "cfg/xml_reader.h"
+#include "ctl/command.h"
+#include "ctl/input.h"
+#include "ctl/load_mapping.h"
+#include "xml/parser.h"
+
+namespace ruvex {
+namespace {
+
+// What makes a unit file the document that the reader takes. The start stands before every content,
+// since it could not be put there later without a second copy.
+constexpr std::string_view root_start = "<yax_cfg>";
+constexpr std::string_view root_end = "</yax_cfg>";
+
+constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
+
+std::string_view from(std::string_view text, std::size_t at) noexcept {
+  text.remove_prefix(at < text.size() ? at : text.size());
+  return text;
+}
+
+std::string_view behind_mark(std::string_view text) noexcept {
+  return text.starts_with(byte_order_mark) ? from(text, byte_order_mark.size()) : text;
+}
+
+// The text behind its white space, comments and processing instructions.
+std::string_view behind_misc(std::string_view text) noexcept {
+  constexpr struct { std::string_view start, end; } skipped[] = {{"<!--", "-->"}, {"<?", "?>"}};
+  while (true) {
+    text = from(text, text.find_first_not_of(" \t\r\n"));
+    std::size_t end = std::string_view::npos;
+    for (const auto& markup : skipped) {
+      if (!text.starts_with(markup.start)) continue;
+      end = text.find(markup.end, markup.start.size());
+      if (end != std::string_view::npos) end += markup.end.size();
+    }
+    if (end == std::string_view::npos) return text;
+    text = from(text, end);
+  }
+}
+
+bool is_xml(std::string_view text) noexcept {
+  return from(text, text.find_first_not_of(" \t\r\n")).starts_with('<');
+}
+
+bool is_unit_file(std::string_view text) noexcept {
+  constexpr std::string_view unit_start = "<unit_cfg";
+  const std::string_view element = behind_misc(text);
+  return element.starts_with(unit_start) && element.size() > unit_start.size() &&
+         std::string_view(" \t\r\n/>").find(element[unit_start.size()]) != std::string_view::npos;
+}
+
+// What stands behind the document element. The reader takes no notice of it, so the parser is asked
+// in a pass of its own; the reader has found the document well formed before.
+std::string_view behind_document(std::string_view document) noexcept {
+  const xml_parser_ptr parser(
+      simpleXmlCreateParser(document.data(), static_cast<std::int32_t>(document.size())));
+  if (parser == nullptr || simpleXmlParse(parser.get(), simpleXmlNopHandler) != 0) return document;
+  return from(document, static_cast<std::size_t>(parser->inputPosition));
+}
+
+yax_cfg_ptr parse(const char* path, std::string_view document, bool is_whole) {
+  if (document.size() > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max())) {
+    complain("%s: larger than 2 GB", path);
+    return nullptr;
+  }
+  yax_cfg_ptr doc(parse_xml_cfg(document.data(), static_cast<std::int32_t>(document.size())));
+  if (doc != nullptr) {
+    const std::string_view rest = behind_document(document);
+    if ((is_whole ? behind_misc(rest) : rest).empty()) return doc;
+    complain("%s: goes on behind its </yax_cfg>", path);
+  }
+  complain("%s: not readable as a configuration", path);
+  return nullptr;
+}
+
+}  // namespace
+
+std::optional<loaded_file> load_file(const char* path) {
+  std::optional<std::string> content = read_content(path, root_start);
+  if (!content) return std::nullopt;
+  const std::string_view given = behind_mark(from(*content, root_start.size()));
+  loaded_file loaded = {nullptr, false};
+  if (!is_xml(given)) {
+    content->erase(0, root_start.size());
+    loaded.doc = load_mapping(path, std::move(*content));
+  } else if (is_unit_file(given)) {
+    *content += root_end;
+    loaded.doc = parse(path, *content, false);
+  } else {
+    loaded = {parse(path, given, true), true};
+  }
+  if (loaded.doc == nullptr) return std::nullopt;
+  return loaded;
+}
+
+}  // namespace ruvex

@@ -1,0 +1,25 @@
+// A file of points, loaded as the controller will have it.
+#pragma once
+
+#include <optional>
+
+#include "cfg/edit.h"
+
+namespace ruvex {
+
+struct loaded_file {
+  yax_cfg_ptr doc;         // never null; its units and their channels are what the file holds
+  bool is_whole_document;  // false: `doc` has no settings of its own
+};
+
+// Loads a whole document, a unit file or a mapping file; the content tells which. What begins with
+// "<", behind a byte-order mark and white space, is XML: a unit file when its first element is
+// unit_cfg. Anything else is a mapping file and is read as the converter reads it; one without a
+// byte has no points. `path` "-" is standard input.
+//
+// Nothing, after messages on standard error, when the file cannot be read whole, is no well-formed
+// configuration, goes on behind the end of its configuration, or holds lines that the converter
+// refuses: each of those is named by "PATH:LINE:COLUMN: error: ".
+std::optional<loaded_file> load_file(const char* path);
+
+}  // namespace ruvex

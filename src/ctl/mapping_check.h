@@ -1,0 +1,62 @@
+// A mapping file, examined line by line with the converter's own reader.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "cfg/edit.h"
+#include "converter/line_reader.h"
+#include "converter/point_reader.h"
+#include "converter/unit_index.h"
+#include "ctl/findings.h"
+#include "ctl/line_findings.h"
+#include "ctl/repeats.h"
+
+namespace ruvex {
+
+// Reports the lines that the converter refuses, and has it go on with them.
+class refusal_findings final : public point_listener {
+ public:
+  // The line that is read next; both outlive its reading.
+  void begin(line_findings& findings, const mapping_line& line) noexcept {
+    findings_ = &findings;
+    line_ = &line;
+  }
+
+  bool refused(csv_result reason, std::size_t field) noexcept override;
+  void description_cut() noexcept override;
+
+ private:
+  line_findings* findings_ = nullptr;
+  const mapping_line* line_ = nullptr;
+};
+
+class mapping_check {
+ public:
+  mapping_check() noexcept;
+  ~mapping_check();
+  mapping_check(const mapping_check&) = delete;
+  mapping_check& operator=(const mapping_check&) = delete;
+
+  // Examines the next line, as the line reader gave it. The result has its findings by column, and
+  // is valid until the next line. False behind a line that makes the rest of the file meaningless.
+  bool check_line(line_reader::result got, std::string_view text);
+  const std::vector<finding>& findings() const noexcept { return list_; }
+
+  std::int64_t points() const noexcept { return points_; }
+
+ private:
+  void check_read_line(line_findings& findings);
+
+  yax_cfg_ptr doc_;  // holds the units
+  unit_index units_;
+  point_reader reader_;
+  repeats repeats_;
+  std::vector<finding> list_;
+  std::int64_t line_number_ = 0;
+  std::int64_t points_ = 0;
+  refusal_findings refusals_;
+};
+
+}  // namespace ruvex

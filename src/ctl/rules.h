@@ -1,0 +1,79 @@
+// What `ruvexctl check` looks for: one row a rule. The order is that of the manual's table.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+namespace ruvex {
+
+// An error: ruvex refuses the line, or the controller will not have the point that the line means.
+// A warning: it will have it, but somebody should look.
+enum class severity : std::uint8_t { warning, error };
+
+enum class rule : std::uint8_t {
+  utf_16,
+  byte_order_mark,
+  nul_byte,
+  line_too_long,
+  carriage_return,
+  wrong_separator,
+  one_field,
+  few_fields,
+  extra_cells,
+  empty_cell,
+  empty_end,
+  split_cell,
+  header_line,
+  leading_blank,
+  field_too_long,
+  too_many_channels,
+  name_cut,
+  description_cut,
+  empty_name,
+  illegal_reference,
+  reference_text,
+  reference_range,
+  reference_digits,
+  coil_by_accident,
+  unknown_data_type,
+  bit_number,
+  bit_unused,
+  unknown_object_type,
+  object_class,
+  unknown_units,
+  instance,
+  repeated_instance,
+  repeated_name,
+  cov_increment,
+  unit_address,
+  ip_address,
+  repeated_register,
+  overlapping_registers,
+  scaling_incomplete,
+  scaling_number,
+  scaling_equal,
+  group_enable,
+  xml_character,
+  not_utf_8,
+  non_ascii,
+};
+inline constexpr std::size_t rule_count = 45;
+
+struct rule_row {
+  rule id;
+  severity level;
+  std::string_view name;  // as in messages and on the command line
+  std::string_view meaning;
+};
+
+// The row of a rule.
+const rule_row& row_of(rule id) noexcept;
+
+// The row of the rule with this name; null when there is none.
+const rule_row* find_rule(std::string_view name) noexcept;
+
+// Prints every rule, a line each, on standard output.
+void print_rules() noexcept;
+
+}  // namespace ruvex

@@ -1,0 +1,270 @@
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <regex>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "gmock/gmock.h"
+#include "tool/process.h"
+
+namespace ruvex {
+namespace {
+
+using CheckTest = ToolTest;
+using fields = std::map<std::size_t, std::string>;
+
+// A point line that is sound but for what is given.
+std::string point(fields given = {}) {
+  given.try_emplace(8, "NO_UNITS");
+  return point_line(given);
+}
+
+// The same, which has nothing in common with point().
+std::string other(fields given = {}) {
+  for (const auto& [field, text] : fields{{2, "Other"}, {4, "40101"}, {7, "2"}}) {
+    given.try_emplace(field, text);
+  }
+  return point(given);
+}
+
+std::string bit(fields given) {
+  given.try_emplace(5, "Bit16");
+  return point(given);
+}
+
+std::string other_bit(fields given) {
+  given.insert({{4, "40001"}, {5, "Bit16"}, {10, "1"}});
+  return other(given);
+}
+
+std::string wide(fields given) {
+  given.try_emplace(5, "Floating Point HI/LO");
+  return point(given);
+}
+
+std::string scaled(const std::string& low, const std::string& high, const std::string& user_low,
+                   const std::string& user_high) {
+  return point({{11, low}, {12, high}, {13, user_low}, {14, user_high}});
+}
+
+// "LINE:COLUMN RULE" of every finding.
+std::string summary_of(const std::string& messages) {
+  static const std::regex place(
+      "^[^\n]*:([0-9]+:[0-9]+): (?:error|warning): [^\n]*( \\[[^\n]*\\])$", std::regex::multiline);
+  std::string found;
+  for (std::sregex_iterator at(messages.begin(), messages.end(), place), end; at != end; ++at) {
+    found += (found.empty() ? "" : "; ") + (*at)[1].str() + (*at)[2].str();
+  }
+  return found;
+}
+
+const std::string nul(1, '\0');
+const std::string long_text(60, 'x');
+const std::string longest = std::string(1023 - point().size(), '-') + point();
+const std::string quoted = point({{2, "\"Po;nt\""}});
+const std::string until_field_13 =
+    "p,0,Point,1,40001,16 Bit Signed Integer,ANALOG_INPUT,1,NO_UNITS,No words,0,0,100,0";
+
+struct rule_case {
+  std::string rule;
+  std::string good;
+  std::string bad;  // "^", which is not in the file, stands before the place of the finding
+};
+const rule_case rule_cases[] = {
+    // clang-format off
+    {"utf-16", "\xFF\xFE" + point(), "^\xFF\xFE" + std::string("7\0,\0", 4) + "\n" + point({{8, "V"}})},
+    {"byte-order-mark", point() + "\xEF\xBB\xBF" + other(), "^\xEF\xBB\xBF" + point()},
+    {"nul-byte", point(), point({{0, "-^" + nul}})},
+    {"line-too-long", longest, "-" + longest.substr(0, 1022) + "^0\n" + other()},
+    {"carriage-return", point({{16, "0\r"}}), point({{16, "0^\r0"}})},
+    {"wrong-separator", "a|b;c\t\n", "^a;b;c;d;e,5;f\n"},
+    {"one-field", ",,\"\r\n,,,\n", "^Title,,,\n"},
+    {"few-fields", point(), "^1,2,3,4,40001,6,7,8,9,10\n"},
+    {"extra-cells", point({{16, "0  "}}), point({{16, "0 ,^note"}})},
+    {"empty-cell", point({{9, " "}}), point({{9, "^"}, {11, "0.5"}})},
+    {"empty-end", point(), point({{16, "0,^,"}})},
+    {"split-cell", quoted, point({{2, "^\"Zone, 1\""}})},
+    {"split-cell", quoted, point({{9, "^3\" pipe"}})},
+    {"split-cell", quoted, point({{9, "^\"\"\"A\"\" phase\""}})},
+    {"split-cell", quoted, point({{9, "^\"First line"}})},
+    {"split-cell", quoted, point({{9, "^\"A\" B"}})},
+    {"header-line", point({{4, "X40001"}}), "^" + point({{3, "Unit"}, {4, "Register"}, {8, "Units"}})},
+    {"leading-blank", point({{9, "No  words"}}), point({{9, "^ No words"}})},
+    {"field-too-long", point({{16, std::string(31, '1')}}), point({{16, "^" + std::string(32, '1')}})},
+    {"name-cut", point({{2, long_text}}), point({{2, "^" + long_text + "m12"}})},
+    {"description-cut", point({{9, long_text + "123"}}), point({{9, "^" + long_text + "1234"}})},
+    {"empty-name", point(), point({{2, "^ "}})},
+    {"illegal-reference", point({{4, "30001"}}), point({{4, "^20001"}})},
+    {"illegal-reference", point({{4, "X30001"}}), point({{4, "^ 40001"}})},
+    {"reference-text", point(), point({{4, "^0x9C41"}})},
+    {"reference-text", point(), point({{4, "^40001-40002"}})},
+    {"reference-text", point(), point({{4, "^4000lX"}})},
+    {"reference-range", point({{4, "49999"}}), point({{4, "^40000"}})},
+    {"reference-range", point({{4, "465536"}}), point({{4, "^465537"}})},
+    {"reference-range", point({{4, "400001"}}), point({{4, "^4000001"}})},
+    {"reference-digits", point() + other({{3, "2"}, {4, "400101"}}), point() + other({{4, "^400101"}})},
+    {"coil-by-accident", bit({{4, "1"}, {6, "BINARY_INPUT"}}), point({{4, "^100"}})},
+    {"coil-by-accident", point({{4, "1"}, {6, "BINARY_INPUT"}}), wide({{4, "^1"}, {6, "BINARY_INPUT"}})},
+    {"unknown-data-type", point(), point({{5, "^16 bit signed integer"}})},
+    {"bit-number", bit({{10, "15"}}), bit({{10, "^16"}})},
+    {"bit-number", bit({{5, "Bit32 LO/HI"}, {10, "31"}}), bit({{5, "Bit32 LO/HI"}, {10, "^32"}})},
+    {"bit-number", bit({}), bit({{10, "^x"}})},
+    {"bit-unused", point(), point({{10, "^3"}})},
+    {"unknown-object-type", point(), point({{4, "30001"}, {6, "^Analog Input"}})},
+    {"object-class", bit({{4, "10001"}, {6, "BINARY_INPUT"}}), bit({{4, "10001"}, {6, "^ANALOG_INPUT"}})},
+    {"object-class", bit({{4, "30001"}, {6, "BINARY_INPUT"}}), bit({{4, "30001"}, {6, "^BINARY_OUTPUT"}})},
+    {"object-class", bit({{6, "BINARY_VALUE"}}), bit({{6, "^BINARY_INPUT"}})},
+    {"object-class", bit({{4, "X00001"}, {6, "BINARY_INPUT"}}), bit({{4, "X00001"}, {6, "^ANALOG_INPUT"}})},
+    {"unknown-units", point({{8, "VOLTS"}}), point({{8, "^Volts"}})},
+    {"instance", point({{7, "4194302"}}), point({{7, "^4194303"}})},
+    {"instance", point({{7, "0"}}), point({{7, "^1a"}})},
+    {"repeated-instance", point() + other(), point() + other({{7, "^01"}})},
+    {"repeated-instance", point() + other({{6, "ANALOG_VALUE"}, {7, "1"}}), point() + "\n" + other({{7, "^1"}})},
+    {"repeated-name", point() + other(), point() + other({{2, "^Point"}})},
+    {"cov-increment", point({{1, "0.5"}}), point({{1, "^-1"}})},
+    {"cov-increment", point({{1, "16777215"}}), point({{1, "^1.5 K"}})},
+    {"unit-address", point({{3, "247"}}), point({{3, "^248"}})},
+    {"unit-address", point({{3, "10.0.0.5/1"}}), point({{3, "10.0.0.5/^"}})},
+    {"unit-address", point(), point({{3, "^10.0.0.5"}})},
+    {"ip-address", point({{3, "10.0.0.255/1"}}), point({{3, "^10.0.0.256/1"}})},
+    {"ip-address", point(), point({{3, "^/1"}})},
+    {"repeated-register", point() + other({{3, "2"}, {4, "40001"}}), point() + other({{4, "^X40001"}})},
+    {"repeated-register", bit({}) + other_bit({}), bit({{10, "1"}}) + other_bit({{4, "^40001"}})},
+    {"overlapping-registers", wide({}) + other({{4, "40003"}}), wide({}) + other({{4, "^40002"}})},
+    {"overlapping-registers", point() + other({{4, "40002"}}),
+     point({{4, "40002"}}) + wide({{2, "Other"}, {4, "^40001"}, {7, "2"}})},
+    {"scaling-incomplete", scaled("0", "0", "0", "0"), until_field_13 + "^"},
+    {"scaling-number", scaled("0", "1.5e3", "-4", "20"), scaled("0", "^100%", "0", "1")},
+    {"scaling-equal", scaled("0", "100", "0", "10"), scaled("0", "100", "^0", "0.0")},
+    {"group-enable", point({{15, "1"}}), point({{15, "^yes"}})},
+    {"xml-character", point({{2, "]]>"}, {0, "&"}}), point({{2, "A ^& B"}})},
+    {"xml-character", point({{9, "a > b"}}), point({{9, "a ^< b"}})},
+    {"xml-character", point({{9, "a]] >"}}), point({{9, "a^]]>"}})},
+    {"xml-character", point({{9, "a\x7F"}}), point({{9, "a^\x01"}})},
+    {"xml-character", point(), point({{9, "^\xEF\xBF\xBE"}})},
+    {"not-utf-8", point(), point({{9, "20 ^\xB0" "C"}})},
+    {"not-utf-8", point(), point({{9, "^\xED\xA0\x80"}})},
+    {"non-ascii", point({{0, "\xC2\xB0"}}), point({{9, "20 ^\xC2\xB0" "C"}})},
+    // clang-format on
+};
+
+TEST_F(CheckTest, EveryRuleFindsWhatIsWrongWhereItIsAndNothingElse) {
+  for (const rule_case& row : rule_cases) {
+    const std::size_t at = row.bad.find('^');
+    const std::string before = row.bad.substr(0, at);
+    write("good.csv", row.good);
+    write("bad.csv", before + row.bad.substr(at + 1));
+    const auto line = std::count(before.begin(), before.end(), '\n') + 1;
+    const std::string place =
+        std::to_string(line) + ":" + std::to_string(at - (before.rfind('\n') + 1) + 1);
+    EXPECT_THAT(summary_of(run({"check", path("good.csv")}).err),
+                testing::Not(testing::HasSubstr("[" + row.rule + "]")))
+        << row.good;
+    const outcome bad = run({"check", path("bad.csv")});
+    EXPECT_EQ(summary_of(bad.err), place + " [" + row.rule + "]") << row.bad << bad.err;
+    EXPECT_EQ(bad.status, 1) << row.bad;
+  }
+}
+
+TEST_F(CheckTest, EveryRuleIsTestedAndInTheHelp) {
+  std::set<std::string> tested = {"too-many-channels"};
+  for (const rule_case& row : rule_cases) tested.insert(row.rule);
+  std::set<std::string> told;
+  static const std::regex row("^  ([a-z0-9-]+) +(error|warning) ", std::regex::multiline);
+  const std::string help = run({"check", "--help"}).out;
+  for (std::sregex_iterator at(help.begin(), help.end(), row), end; at != end; ++at) {
+    told.insert((*at)[1].str());
+  }
+  EXPECT_EQ(tested, told);
+}
+
+TEST_F(CheckTest, AUnitWithTooManyPointsIsFoundAndTheRestIsRead) {
+  std::string mapping;
+  for (int number = 0; number < 32769; ++number) mapping += point();
+  write("many.csv", mapping + point({{3, "2"}, {8, "V"}}));
+  const outcome many = run(
+      {"check", "--ignore=repeated-name,repeated-instance,repeated-register", path("many.csv")});
+  EXPECT_EQ(summary_of(many.err),
+            "32768:11 [too-many-channels]; 32769:11 [too-many-channels]; 32770:56 [unknown-units]");
+  EXPECT_TRUE(many.err.ends_with("\n1 file, 32768 points: 3 errors, 0 warnings\n")) << many.err;
+}
+
+constexpr const char* units_text =
+    R"(field 8 (units): "DEGREES_CELSIUS" is no BACnet engineering unit; did you mean )"
+    R"("DEGREES_CELCIUS"?)";
+
+TEST_F(CheckTest, OptionsChooseWhatIsPrinted) {
+  write("a.csv", point({{8, "DEGREES_CELSIUS"}, {10, "1"}}) + point());
+  const std::string a = path("a.csv");
+  const std::string units = a + ":1:56: error: " + units_text + " [unknown-units]\n";
+  const std::string instance =
+      a + ":2:54: error: field 7 (instance): ANALOG_INPUT 1 is in line 1 too [repeated-instance]\n";
+  const std::string ignored = "--ignore=bit-unused,repeated-name,repeated-register";
+  const struct {
+    std::vector<std::string> options;
+    int status;
+    std::string messages;
+  } cases[] = {
+      {{ignored}, 1, units + instance + "1 file, 2 points: 2 errors, 0 warnings\n"},
+      {{ignored, "--max-errors=1"},
+       1,
+       units + "1 file, 1 point: 1 error, 0 warnings; stopped there\n"},
+      {{ignored + ",unknown-units,repeated-instance"},
+       0,
+       "1 file, 2 points: 0 errors, 0 warnings\n"},
+      {{"--quiet"}, 1, ""},
+      {{"--quiet", ignored + ",unknown-units,repeated-instance"}, 0, ""},
+  };
+  for (const auto& row : cases) {
+    std::vector<std::string> arguments = row.options;
+    arguments.insert(arguments.begin(), "check");
+    arguments.push_back(a);
+    EXPECT_EQ(run(arguments), (outcome{row.status, "", row.messages})) << row.messages;
+  }
+  const outcome strict = run({"check", "--werror", a});
+  EXPECT_THAT(strict.err, testing::HasSubstr(a + ":1:81: error: field 10 (bit number): "));
+  EXPECT_TRUE(strict.err.ends_with("5 errors, 0 warnings\n")) << strict.err;
+}
+
+TEST_F(CheckTest, JsonIsOneObjectALine) {
+  write("a.csv", point({{2, "A\t\xB0"}}) + "Title\n");
+  const auto from_file = [this] {
+    ::dup2(::open(path("a.csv").c_str(), O_RDONLY | O_CLOEXEC), STDIN_FILENO);
+  };
+  const outcome json = run({"check", "--format=json", "-"}, from_file);
+  EXPECT_EQ(json.out,
+            R"({"file":"-","line":1,"column":7,"severity":"error","rule":"not-utf-8","field":2,)"
+            R"("field_name":"name","text":"bytes that are no UTF-8 text break the XML"})"
+            "\n"
+            R"({"file":"-","line":2,"column":1,"severity":"error","rule":"one-field","field":null,)"
+            R"("field_name":null,"text":"the line has one field and adds nothing"})"
+            "\n");
+  EXPECT_EQ(json.err, "1 file, 1 point: 2 errors, 0 warnings\n");
+  write("none.csv", point());
+  EXPECT_EQ(run({"check", "--", path("none.csv"), path("missing.csv"), path("a.csv")}).status, 2);
+}
+
+TEST_F(CheckTest, ATerminalGetsColoursButNoCommandsOfTheFile) {
+  write("a.csv", point({{8, "\033[2J"}}));
+  const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+  ASSERT_TRUE(terminal >= 0 && ::grantpt(terminal) == 0 && ::unlockpt(terminal) == 0);
+  const int line = ::open(::ptsname(terminal), O_RDWR | O_NOCTTY | O_CLOEXEC);
+  const auto on_terminal = [line] {
+    ::setenv("TERM", "xterm", 1);
+    ::unsetenv("NO_COLOR");
+    ::dup2(line, STDERR_FILENO);
+  };
+  EXPECT_EQ(run({"check", path("a.csv")}, on_terminal).status, 1);
+  std::string shown(4096, '\0');
+  shown.resize(static_cast<std::size_t>(::read(terminal, shown.data(), shown.size())));
+  EXPECT_THAT(shown, testing::HasSubstr("\033[1;31merror: \033[0mfield 8 (units): \"\\x1B[2J\""));
+  EXPECT_THAT(shown, testing::Not(testing::HasSubstr("\033[2J")));
+  ::close(line);
+  ::close(terminal);
+}
+
+}  // namespace
+}  // namespace ruvex

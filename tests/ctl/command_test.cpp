@@ -1,0 +1,68 @@
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <string>
+#include <vector>
+
+#include "tool/process.h"
+
+namespace ruvex {
+namespace {
+
+using CommandTest = ToolTest;
+
+TEST_F(CommandTest, HelpAndVersionAreAnswered) {
+  const outcome version = run({"--version"});
+  EXPECT_EQ(version, (outcome{0, "ruvexctl (ruvex) 1.0.6\n", ""}));
+  EXPECT_TRUE(run({"--help"}).out.starts_with("Usage: ruvexctl SUBCOMMAND"));
+  for (const std::string name : {"check", "show", "diff", "tidy"}) {
+    const outcome help = run({name, "--he"});
+    EXPECT_EQ(help.status, 0) << name;
+    EXPECT_TRUE(help.out.starts_with("Usage: ruvexctl " + name + " ")) << name;
+    EXPECT_EQ(run({name, "--version"}), version) << name;
+  }
+}
+
+TEST_F(CommandTest, AWrongCommandLineIsTrouble) {
+  const struct {
+    std::vector<std::string> arguments;
+    std::string message;
+  } cases[] = {
+      {{}, "ruvexctl: a subcommand is needed\nTry 'ruvexctl --help'"},
+      {{"chek"}, "ruvexctl: 'chek' is not a subcommand\nTry 'ruvexctl --help'"},
+      {{"check", "--fast"}, "ruvexctl check: unrecognized option '--fast'\nTry 'ruvexctl check"},
+      {{"check", "-f", "x"}, "ruvexctl check: invalid option -- 'f'\n"},
+      {{"show", "--format"}, "ruvexctl show: option '--format' requires an argument\n"},
+      {{"show", "--format=xml", "x"}, "ruvexctl show: invalid argument 'xml' for '--format'\nTry"},
+      {{"check"}, "ruvexctl check: a file is needed\nTry 'ruvexctl check"},
+      {{"show", "a", "b"}, "ruvexctl show: one file is needed\nTry"},
+      {{"diff", "a"}, "ruvexctl diff: two files are needed\nTry"},
+      {{"tidy"}, "ruvexctl tidy: one file is needed\nTry"},
+  };
+  for (const auto& row : cases) {
+    const outcome ended = run(row.arguments);
+    EXPECT_EQ(ended.status, 2) << row.message;
+    EXPECT_TRUE(ended.out.empty()) << row.message;
+    EXPECT_TRUE(ended.err.starts_with(row.message)) << ended.err;
+  }
+}
+
+TEST_F(CommandTest, WhatCannotBeReadOrWrittenIsTrouble) {
+  write("in.csv", point_line());
+  for (const std::string name : {"check", "show", "tidy"}) {
+    const outcome missing = run({name, path("none.csv")});
+    EXPECT_EQ(missing,
+              (outcome{2, "", "ruvexctl: " + path("none.csv") + ": No such file or directory\n"}))
+        << name;
+    EXPECT_EQ(run({name, path(".")}).err, "ruvexctl: " + path(".") + ": Is a directory\n") << name;
+  }
+  const auto to_full = [] { ::dup2(::open("/dev/full", O_WRONLY | O_CLOEXEC), STDOUT_FILENO); };
+  for (const std::string name : {"show", "tidy"}) {
+    const outcome full = run({name, path("in.csv")}, to_full);
+    EXPECT_EQ(full, (outcome{2, "", "ruvexctl: standard output: No space left on device\n"}))
+        << name;
+  }
+}
+
+}  // namespace
+}  // namespace ruvex
