@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "converter/app.h"
 #include "ctl/command.h"
 #include "ctl/findings.h"
 #include "ctl/input.h"
@@ -53,6 +54,7 @@ constexpr option_row<finding_settings> options[] = {
 bool check_file(const char* path, finding_report& report, std::int64_t& points) {
   const input_file file(path);
   if (!file.is_open()) return false;
+  prepare_heap(path);
   mapping_check check;
   line_reader lines(file.descriptor(), max_mapping_line);
   progress shown(path);

@@ -61,7 +61,7 @@ void append_character(std::string& text, std::uint32_t code) {
   append_later(0);
 }
 
-decoded_text decode_utf8(std::string content) {
+decoded_text decode_utf8(std::string&& content) {
   if (content.starts_with(utf8_mark)) content.erase(0, utf8_mark.size());
   const std::size_t valid = valid_length(content);
   const bool is_valid = valid == content.size();
@@ -146,7 +146,7 @@ nul_places find_nuls(std::string_view content) noexcept {
   return nul_places::elsewhere;
 }
 
-decoded_text decode_automatically(std::string content) {
+decoded_text decode_automatically(std::string&& content) {
   if (content.starts_with(utf8_mark)) return decode_utf8(std::move(content));
   if (content.starts_with(little_endian_mark) || content.starts_with(big_endian_mark)) {
     return decode_utf16(content);

@@ -1,37 +1,28 @@
 #include "ctl/repeats.h"
 
-#include <functional>
+#include <bit>
 
+#include "cfg/tables.h"
+#include "ctl/register_place.h"
 #include "ctl/texts.h"
 
 namespace ruvex {
 namespace {
 
-std::size_t mixed(std::size_t a, std::uint64_t b) noexcept {
-  return (a ^ static_cast<std::size_t>(b ^ (b >> 32))) * 0x9E3779B1U;
+// A register as a number: its unit, its table, its offset of 16 bits.
+std::uint64_t number_of(std::uint64_t unit, const register_place& place) noexcept {
+  const auto table = static_cast<std::uint64_t>(place.table);
+  return (unit << 2 | table) << 16 | static_cast<std::uint64_t>(place.offset);
 }
 
 }  // namespace
 
-std::size_t repeats::hash::operator()(const object& key) const noexcept {
-  return mixed(std::hash<std::string_view>()(key.type), static_cast<std::uint64_t>(key.instance));
-}
-
-std::size_t repeats::hash::operator()(const place& key) const noexcept {
-  const auto where =
-      static_cast<std::uint64_t>(key.offset) * 4 + static_cast<std::uint64_t>(key.table);
-  return mixed(std::hash<const void*>()(key.unit), where);
-}
-
-std::size_t repeats::hash::operator()(const masked_place& key) const noexcept {
-  return mixed((*this)(key.where), static_cast<std::uint64_t>(key.mask));
-}
-
 void repeats::check(line_findings& findings, const checked_point& point) {
+  unit_state& unit = units_.try_emplace(point.unit, unit_state{units_.size(), 0, 0}).first->second;
   check_name(findings, point);
   check_instance(findings, point);
-  check_register(findings, point);
-  check_digits(findings, point);
+  check_register(findings, point, unit);
+  check_digits(findings, point, unit);
 }
 
 void repeats::check_name(line_findings& findings, const checked_point& point) {
@@ -43,32 +34,41 @@ void repeats::check_name(line_findings& findings, const checked_point& point) {
 
 void repeats::check_instance(line_findings& findings, const checked_point& point) {
   const std::string_view text = point.chn.instance.view();
-  if (!is_digits(text)) return;
-  const object key = {point.chn.bac_type.view(), decimal_prefix(text)};
-  const auto [first, is_new] = objects_.try_emplace(key, findings.number());
-  if (is_new) return;
+  const std::string_view type = point.chn.bac_type.view();
+  constexpr std::int64_t most = (std::int64_t{1} << 32) - 1;  // none that is larger is one
+  if (!is_number_within(text, 0, most)) return;
+  const std::uint64_t type_number =
+      object_types_.try_emplace(type, object_types_.size()).first->second;
+  const auto instance = static_cast<std::uint64_t>(decimal_prefix(text));
+  line_number& first = objects_[type_number << 32 | instance];
+  if (first == 0) {
+    first = findings.number();
+    return;
+  }
   findings.add(rule::repeated_instance, field_instance, point.line.fields[field_instance],
-               message(key.type, " ", key.instance, " is in line ", first->second, " too"));
+               message(type, " ", instance, " is in line ", first, " too"));
 }
 
-void repeats::check_register(line_findings& findings, const checked_point& point) {
-  const register_place where = place_of(point.chn.reg_num.view());
-  if (where.offset < 0) return;
+void repeats::check_register(line_findings& findings, const checked_point& point,
+                             const unit_state& unit) {
+  const register_place place = place_of(point.chn.reg_num.view());
+  if (place.offset < 0) return;
   const std::string_view field = point.line.fields[field_reference];
-  const place at = {point.unit, where.table, where.offset};
-  const bool is_register = where.table == register_class::input_register ||
-                           where.table == register_class::holding_register;
+  const bool is_register = place.table == register_class::input_register ||
+                           place.table == register_class::holding_register;
   const bool is_wide = is_register && point.chn.reg_size == "2";
-  const std::int64_t mask = decimal_prefix(point.chn.reg_mask.view());
-  if (const line_number other = find_overlap(at, is_wide)) {
+  const auto mask = static_cast<std::uint32_t>(decimal_prefix(point.chn.reg_mask.view()));
+  const std::uint64_t number = number_of(unit.number, place);
+  if (const line_number other = find_overlap(number, place.offset, is_wide)) {
     findings.add(rule::overlapping_registers, field_reference, field,
                  message("the value shares a register with that of line ", other));
   }
-  starts& here = places_[at];
-  line_number& first = mask == 0 ? here.whole : masked_places_[{at, mask}];
+  starts& here = places_[number];
+  const auto bit = static_cast<std::uint64_t>(std::countr_zero(mask));
+  line_number& first = mask == 0 ? here.whole : bits_[number << 5 | bit];
   if (first != 0) {
     findings.add(rule::repeated_register, field_reference, field,
-                 message(table_name(where.table), " ", point.chn.reg_num.view(), " is in line ",
+                 message(table_name(place.table), " ", point.chn.reg_num.view(), " is in line ",
                          first, " too", mask == 0 ? "" : ", with the same bit"));
   } else {
     first = findings.number();
@@ -77,25 +77,29 @@ void repeats::check_register(line_findings& findings, const checked_point& point
   if (is_wide && here.wide == 0) here.wide = findings.number();
 }
 
-repeats::line_number repeats::find_overlap(const place& at, bool is_wide) const {
-  const auto before = places_.find({at.unit, at.table, at.offset - 1});
-  if (before != places_.end() && before->second.wide != 0) return before->second.wide;
-  if (!is_wide) return 0;
-  const auto behind = places_.find({at.unit, at.table, at.offset + 1});
-  return behind != places_.end() ? behind->second.any : 0;
+// Another value that begins one register before this one and reaches into it, or that begins in the
+// second register of this one.
+repeats::line_number repeats::find_overlap(std::uint64_t place, std::int32_t offset,
+                                           bool is_wide) const {
+  constexpr std::int32_t last_offset = 0xFFFF;
+  const starts* before = offset == 0 ? nullptr : places_.find(place - 1);
+  if (before != nullptr && before->wide != 0) return before->wide;
+  const starts* behind = !is_wide || offset == last_offset ? nullptr : places_.find(place + 1);
+  return behind == nullptr ? 0 : behind->any;
 }
 
-void repeats::check_digits(line_findings& findings, const checked_point& point) {
+void repeats::check_digits(line_findings& findings, const checked_point& point, unit_state& unit) {
   const std::string_view reference = point.chn.reg_num.view();
   const bool is_coil = point.reg_class == register_class::coil;  // the converter writes five digits
-  if (is_coil || !is_digits(reference)) return;
-  const auto [first, is_new] =
-      digits_.try_emplace(point.unit, digits{reference.size(), findings.number()});
-  if (is_new || first->second.count == reference.size()) return;
-  findings.add(
-      rule::reference_digits, field_reference, point.line.fields[field_reference],
-      message(quoted{reference}, " has ", reference.size(), " digits, the reference in line ",
-              first->second.line, " has ", first->second.count));
+  if (is_coil || !is_digits(reference) || reference.size() == unit.digits) return;
+  if (unit.digits == 0) {
+    unit.digits = reference.size();
+    unit.line = findings.number();
+    return;
+  }
+  findings.add(rule::reference_digits, field_reference, point.line.fields[field_reference],
+               message(quoted{reference}, " has ", reference.size(),
+                       " digits, the reference in line ", unit.line, " has ", unit.digits));
 }
 
 }  // namespace ruvex

@@ -6,7 +6,7 @@
 #include <unordered_map>
 
 #include "ctl/line_findings.h"
-#include "ctl/register_place.h"
+#include "ctl/number_table.h"
 
 namespace ruvex {
 
@@ -18,51 +18,32 @@ class repeats {
   void check(line_findings& findings, const checked_point& point);
 
  private:
-  using line_number = std::int64_t;
+  using line_number = std::int64_t;  // 0: none
 
-  struct object {
-    std::string_view type;
-    std::int64_t instance;
-    bool operator==(const object&) const = default;
-  };
-  struct place {
-    const unit_cfg* unit;
-    register_class table;
-    std::int32_t offset;
-    bool operator==(const place&) const = default;
-  };
-  struct masked_place {
-    place where;
-    std::int64_t mask;
-    bool operator==(const masked_place&) const = default;
-  };
-  struct hash {
-    std::size_t operator()(const object& key) const noexcept;
-    std::size_t operator()(const place& key) const noexcept;
-    std::size_t operator()(const masked_place& key) const noexcept;
-  };
-  // The first points that begin at a register; 0 for none.
+  // The first points that begin at a register.
   struct starts {
     line_number any;
     line_number whole;  // without a mask
     line_number wide;   // of two registers
   };
-  struct digits {
-    std::size_t count;
-    line_number line;
+  struct unit_state {
+    std::uint64_t number;  // of the unit among those of the file
+    std::size_t digits;    // of its first register reference; 0 while it has none
+    line_number line;      // that of the reference
   };
 
   void check_name(line_findings& findings, const checked_point& point);
   void check_instance(line_findings& findings, const checked_point& point);
-  void check_register(line_findings& findings, const checked_point& point);
-  line_number find_overlap(const place& at, bool is_wide) const;
-  void check_digits(line_findings& findings, const checked_point& point);
+  void check_register(line_findings& findings, const checked_point& point, const unit_state& unit);
+  line_number find_overlap(std::uint64_t place, std::int32_t offset, bool is_wide) const;
+  void check_digits(line_findings& findings, const checked_point& point, unit_state& unit);
 
   std::unordered_map<std::string_view, line_number> names_;
-  std::unordered_map<object, line_number, hash> objects_;
-  std::unordered_map<place, starts, hash> places_;
-  std::unordered_map<masked_place, line_number, hash> masked_places_;
-  std::unordered_map<const unit_cfg*, digits> digits_;
+  std::unordered_map<std::string_view, std::uint64_t> object_types_;  // numbered as they come
+  number_table<line_number> objects_;
+  number_table<starts> places_;
+  number_table<line_number> bits_;
+  std::unordered_map<const unit_cfg*, unit_state> units_;
 };
 
 }  // namespace ruvex

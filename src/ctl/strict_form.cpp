@@ -25,9 +25,8 @@ std::string_view default_data_type(const chn_cfg& defaults) noexcept {
   return row->data_type;
 }
 
-bool is_number_field(std::size_t field) noexcept {
-  return field == field_cov_inc ||
-         std::find(std::begin(scaling), std::end(scaling), field) != std::end(scaling);
+bool is_scale(std::size_t field) noexcept {
+  return std::find(std::begin(scaling), std::end(scaling), field) != std::end(scaling);
 }
 
 // The place of the comma of a number such as "-0,5"; npos where there is none. "1,500" is not taken
@@ -77,7 +76,7 @@ std::string strict_text(std::size_t field, std::string_view source) {
     std::replace_if(text.begin(), text.end(), is_dropped, ' ');
     return std::string(without_blanks(text));
   }
-  if (is_number_field(field)) {
+  if (field == field_cov_inc || is_scale(field)) {
     const std::size_t comma = find_decimal_comma(text);
     if (comma != std::string::npos) text[comma] = '.';
   }
@@ -121,11 +120,9 @@ void strict_form::fill_blanks(field_texts& texts) const {
   const bool is_scaled = std::any_of(std::begin(scaling), std::end(scaling), [&](auto field) {
     return !texts[field].empty() && texts[field] != "0";
   });
-  if (!is_scaled) {
-    for (const mapping_field field : scaling) texts[field] = "0";
-  }
   for (std::size_t field = 0; field < texts.size(); ++field) {
-    if (texts[field].empty()) texts[field] = blank_texts_[field];
+    if (!texts[field].empty()) continue;
+    texts[field] = is_scale(field) && !is_scaled ? std::string_view("0") : blank_texts_[field];
   }
 }
 
