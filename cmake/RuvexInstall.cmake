@@ -1,5 +1,5 @@
 # cmake --install: program and library, headers, CMake package, pkg-config file, manual pages,
-# guides.
+# guides, completion.
 
 include(CMakePackageConfigHelpers)
 
@@ -31,5 +31,7 @@ file(GLOB pages1 ${PROJECT_SOURCE_DIR}/docs/*.1)
 file(GLOB pages5 ${PROJECT_SOURCE_DIR}/docs/*.5)
 install(FILES ${pages1} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES ${pages5} DESTINATION ${CMAKE_INSTALL_MANDIR}/man5)
+install(FILES ${PROJECT_SOURCE_DIR}/completions/ruvexctl
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
 file(GLOB guides ${PROJECT_SOURCE_DIR}/docs/*.md)
 install(FILES ${guides} DESTINATION ${CMAKE_INSTALL_DOCDIR})

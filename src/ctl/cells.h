@@ -6,8 +6,8 @@
 // double quote anywhere else is a character like any other.
 //
 // Nothing ends the reading but the end of the text: a cell that is not well formed says so. The
-// time is linear in the length of the text, and a row takes no more memory than a few times its
-// length.
+// time is linear in the length of the text; the memory is that of the longest row's texts and of
+// max_row_cells cells at most.
 #pragma once
 
 #include <cstddef>

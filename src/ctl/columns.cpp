@@ -1,5 +1,7 @@
 #include "ctl/columns.h"
 
+#include <algorithm>
+
 #include "ctl/command.h"
 
 namespace ruvex {
@@ -58,6 +60,12 @@ field_sources column_list::select(const std::vector<cell>& row) const noexcept {
     sources[field] = {row[column - 1].text, row[column - 1].place};
   }
   return sources;
+}
+
+std::size_t column_list::largest_chosen() const noexcept {
+  std::size_t largest = 0;
+  for (const choice& row : choices_) largest = std::max(largest, row.column);
+  return is_chosen_ ? largest : 0;
 }
 
 }  // namespace ruvex

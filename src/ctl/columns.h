@@ -41,6 +41,9 @@ class column_list {
   // Whether the columns have been chosen, by parse().
   bool is_chosen() const noexcept { return is_chosen_; }
 
+  // The largest column that has been chosen; 0 while none has.
+  std::size_t largest_chosen() const noexcept;
+
  private:
   struct choice {
     std::size_t column;     // from 1; 0: the text

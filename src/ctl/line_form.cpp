@@ -36,19 +36,23 @@ const separator_row* find_separator(std::string_view line) noexcept {
   return nullptr;
 }
 
-void check_count(line_findings& findings, std::string_view line, const mapping_line& fields) {
-  if (fields.count > field_bit) return;
+// Whether a closer look at the cells is worth while.
+bool check_count(line_findings& findings, std::string_view line, const mapping_line& fields) {
+  if (fields.count > field_bit) return true;
   if (const separator_row* row = find_separator(line)) {
-    findings.add(
-        rule::wrong_separator, 1,
-        message("cells are separated by ", row->name, ", not by commas; the line adds no point"));
-  } else if (fields.count == 1) {
-    findings.add(rule::one_field, 1, "the line has one field and adds nothing");
-  } else {
-    findings.add(
-        rule::few_fields, 1,
-        message("the line has ", fields.count, " fields and adds no point; 11 to 17 are needed"));
+    findings.add(rule::wrong_separator, 1,
+                 message("cells are separated by ", row->name,
+                         ", not by commas; ruvexctl tidy changes that"));
+    return false;
   }
+  if (fields.count == 1) {
+    findings.add(rule::one_field, 1, "the line has one field and adds nothing");
+    return false;
+  }
+  findings.add(
+      rule::few_fields, 1,
+      message("the line has ", fields.count, " fields and adds no point; 11 to 17 are needed"));
+  return true;
 }
 
 void check_carriage_returns(line_findings& findings, std::string_view line) {
@@ -105,9 +109,9 @@ std::size_t check_cells(line_findings& findings, const std::vector<cell>& cells)
 
 std::size_t check_form(line_findings& findings, const mapping_line& fields) {
   const std::string_view line = without_line_end(findings.text());
-  check_count(findings, line, fields);
+  const bool has_cells = check_count(findings, line, fields);
   check_carriage_returns(findings, line);
-  if (fields.count == 1) return 1;
+  if (!has_cells) return fields.count;
   const bool is_plain = line.find('"') == std::string_view::npos;
   if (is_plain && count_of(line, ',') + 1 == fields.count) return fields.count;
   std::vector<cell> cells;

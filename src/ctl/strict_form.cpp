@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <iterator>
 
 #include "converter/point_reader.h"
 #include "ctl/field_names.h"

@@ -1,10 +1,10 @@
 #include <algorithm>
-#include <array>
+#include <cstddef>
 #include <cstdio>
-#include <iterator>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "ctl/cells.h"
@@ -135,6 +135,7 @@ class sheet_tidier {
   const strict_form form_;
   std::string lines_;
   bool has_begun_;  // points may come
+  std::size_t widest_ = 0;
   std::size_t header_first_ = 0;
   std::size_t header_last_ = 0;
 };
@@ -146,13 +147,19 @@ std::optional<std::string> sheet_tidier::tidy(std::string_view text) {
   std::vector<cell> row;
   while (reader.next(row)) take(row);
   if (!has_begun_) tell_header();
+  if (const std::size_t column = settings_.columns.largest_chosen(); column > widest_) {
+    complain("%s: no row has a column %zu", path_, column);
+    return std::nullopt;
+  }
   if (refused_.count() != 0) return std::nullopt;
   if (!lines_.empty()) return std::move(lines_);
-  complain("%s: no row can be a point: none has both a unit and a reference", path_);
+  complain("%s: no row has a unit and a reference with digits; see --delimiter and --columns",
+           path_);
   return std::nullopt;
 }
 
 void sheet_tidier::take(const std::vector<cell>& row) {
+  widest_ = std::max(widest_, row.size());
   if (refuse_defects(row)) return;
   const field_sources sources = settings_.columns.select(row);
   const std::string_view unit = sources[field_unit].text;

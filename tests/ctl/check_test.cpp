@@ -169,16 +169,26 @@ TEST_F(CheckTest, EveryRuleFindsWhatIsWrongWhereItIsAndNothingElse) {
   }
 }
 
-TEST_F(CheckTest, EveryRuleIsTestedAndInTheHelp) {
+// The names and severities that stand in a text.
+std::set<std::string> rules_in(const std::string& text, const char* form) {
+  const std::regex row(form, std::regex::multiline);
+  std::set<std::string> rules;
+  for (std::sregex_iterator at(text.begin(), text.end(), row), end; at != end; ++at) {
+    rules.insert((*at)[1].str() + " " + (*at)[2].str());
+  }
+  return rules;
+}
+
+TEST_F(CheckTest, EveryRuleIsTestedAndToldInTheManual) {
   std::set<std::string> tested = {"too-many-channels"};
   for (const rule_case& row : rule_cases) tested.insert(row.rule);
-  std::set<std::string> told;
-  static const std::regex row("^  ([a-z0-9-]+) +(error|warning) ", std::regex::multiline);
-  const std::string help = run({"check", "--help"}).out;
-  for (std::sregex_iterator at(help.begin(), help.end(), row), end; at != end; ++at) {
-    told.insert((*at)[1].str());
-  }
-  EXPECT_EQ(tested, told);
+  const auto told = rules_in(run({"check", "--help"}).out, "^  ([a-z0-9-]+) +(error|warning)  ");
+  EXPECT_EQ(rules_in(content_of(RUVEX_DOCS "/ruvexctl-check.1"),
+                     "^\\.It Sy ([a-z0-9-]+) Pq (error|warning)$"),
+            told);
+  std::set<std::string> names;
+  for (const std::string& rule : told) names.insert(rule.substr(0, rule.find(' ')));
+  EXPECT_EQ(tested, names);
 }
 
 TEST_F(CheckTest, AUnitWithTooManyPointsIsFoundAndTheRestIsRead) {

@@ -1,6 +1,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -62,6 +63,28 @@ TEST_F(CommandTest, WhatCannotBeReadOrWrittenIsTrouble) {
     EXPECT_EQ(full, (outcome{2, "", "ruvexctl: standard output: No space left on device\n"}))
         << name;
   }
+}
+
+// What bash offers behind these words, with the program's own help as the source.
+std::string completed(const std::string& words, int current) {
+  std::string emulator = RUVEX_EMULATOR;
+  std::replace(emulator.begin(), emulator.end(), '|', ' ');
+  const std::string script = "ruvexctl() { " + emulator + " \"" + RUVEX_PROGRAM +
+                             "\" \"$@\"; }; . " + RUVEX_COMPLETION + "; COMP_WORDS=(" + words +
+                             "); COMP_CWORD=" + std::to_string(current) +
+                             "; _ruvexctl 2>/dev/null; echo ${COMPREPLY[*]}";
+  // Bash itself needs no emulator.
+  const auto become_bash = [&] { ::execl("/bin/bash", "bash", "-c", script.c_str(), nullptr); };
+  return process({}, become_bash).wait().out;
+}
+
+TEST_F(CommandTest, BashCompletesSubcommandsOptionsAndArguments) {
+  EXPECT_EQ(completed("ruvexctl ''", 1), "check show diff tidy --help --version\n");
+  EXPECT_EQ(completed("ruvexctl show --form", 2), "--format=\n");
+  EXPECT_EQ(completed("ruvexctl show --format =", 3), "table csv json markdown\n");
+  EXPECT_EQ(completed("ruvexctl tidy --encoding = u", 4), "utf-8 utf-16\n");
+  EXPECT_EQ(completed("ruvexctl check --ignore = utf-16,bit", 4),
+            "utf-16,bit-number utf-16,bit-unused\n");
 }
 
 }  // namespace

@@ -170,8 +170,8 @@ TEST_F(Tidy, OnlyTheFormChanges) {
     const int status = row.out.empty() ? 2 : 0;
     const outcome ended = tidy(row.content, row.options);
     const std::string trouble =
-        "ruvexctl: -: no row can be a point: none has both a unit and a "
-        "reference\n";
+        "ruvexctl: -: no row has a unit and a reference with digits; see --delimiter and "
+        "--columns\n";
     EXPECT_EQ(ended, (outcome{status, row.out, row.err + (row.out.empty() ? trouble : "")}))
         << testing::PrintToString(row.content);
   }
@@ -223,6 +223,7 @@ TEST_F(Tidy, WhatCannotBeToldIsRefusedWithoutOutput) {
       {{},
        "a;b;c;1;4,0,0,0\n",
        "-:1:9: error: field 4 (reference) holds a comma, which a mapping file cannot hold\n"},
+      {{"--columns=1-16,18"}, plain, "ruvexctl: -: no row has a column 18\n"},
       {{"--encoding=utf-8"},
        plain + "\r\r\na\xC3\xA9\xC3",
        "-:4:4: error: not UTF-8; see --encoding\n"},
