@@ -11,26 +11,10 @@
 #include "converter/unit_index.h"
 #include "ctl/findings.h"
 #include "ctl/line_findings.h"
+#include "ctl/refusal_findings.h"
 #include "ctl/repeats.h"
 
 namespace ruvex {
-
-// Reports the lines that the converter refuses, and has it go on with them.
-class refusal_findings final : public point_listener {
- public:
-  // The line that is read next; both outlive its reading.
-  void begin(line_findings& findings, const mapping_line& line) noexcept {
-    findings_ = &findings;
-    line_ = &line;
-  }
-
-  bool refused(csv_result reason, std::size_t field) noexcept override;
-  void description_cut() noexcept override;
-
- private:
-  line_findings* findings_ = nullptr;
-  const mapping_line* line_ = nullptr;
-};
 
 class mapping_check {
  public:

@@ -13,8 +13,21 @@ character_form form_at(std::string_view bytes) noexcept {
   return {length, !is_control};  // U+0080 to U+009F
 }
 
+namespace {
+
+// How many characters at the start of a text are printable ones of ASCII: nearly always all.
+std::size_t plain_length(std::string_view text) noexcept {
+  std::size_t length = 0;
+  while (length < text.size() && text[length] >= ' ' && text[length] < '\x7F') ++length;
+  return length;
+}
+
+}  // namespace
+
 std::size_t append_printable(std::string& out, std::string_view text) {
-  std::size_t width = 0;
+  std::size_t width = plain_length(text);
+  out += std::string_view(text.data(), width);
+  text.remove_prefix(width);
   for (; !text.empty(); ++width) {
     const character_form form = form_at(text);
     out += form.is_printable ? std::string_view(text.data(), form.length) : "?";

@@ -121,8 +121,6 @@ TEST_F(ShowTest, WhatRuvexWouldNotHaveIsRefused) {
   const std::string bad = "ruvexctl: " + file + ": not readable as a configuration\n";
   const std::string behind = "ruvexctl: " + file + ": goes on behind its </yax_cfg>\n" + bad;
   const std::string unit = unit_file("");
-  const std::string reference =
-      "\" is none of a coil (0), discrete input (1), input register (3) or holding register (4)\n";
   const std::string line = file + ":";
   const struct {
     std::string content, messages;
@@ -136,12 +134,22 @@ TEST_F(ShowTest, WhatRuvexWouldNotHaveIsRefused) {
       {"<unit_cfg>\n<unit_cfg/>",
        "XML PARSE ERROR \"unit_cfg is not allowed in unit_cfg\" on line 2\r\n" + bad},
       {"l,1,n,5,20001\n\nl,1,n," + std::string(32, '1') + ",X\x1B\n",
-       line + "1:9: error: reference \"20001" + reference + line +
-           "3:7: error: field 3 (unit) is longer than 31 characters\n" + line +
-           "3:40: error: reference \"X?" + reference},
+       line +
+           "1:9: error: field 4 (reference): \"20001\" is stored as \"20001\", which begins with "
+           "none "
+           "of 0 (coil), 1 (discrete input), 3 (input register) and 4 (holding register) "
+           "[illegal-reference]\n" +
+           line +
+           "3:7: error: field 3 (unit): is longer than 31 characters, which ruvex refuses "
+           "[field-too-long]\n" +
+           line +
+           "3:40: error: field 4 (reference): \"X\\x1B\" has no digit, which ruvex refuses "
+           "[illegal-reference]\n"},
       {std::string(1024, 'x') + "\nab" + std::string(1, '\0') + "\n",
-       line + "1:1024: error: line is longer than 1023 characters\n" + line +
-           "2:3: error: line holds a NUL byte\n"},
+       line +
+           "1:1024: error: the line is longer than 1023 characters, which ruvex refuses "
+           "[line-too-long]\n" +
+           line + "2:3: error: the line holds a NUL byte, which ruvex refuses [nul-byte]\n"},
   };
   for (const auto& row : cases) {
     write("in", row.content);

@@ -1,0 +1,56 @@
+#include "ctl/refusal_findings.h"
+
+#include <cstdlib>
+#include <new>
+
+#include "cfg/records.h"
+#include "ctl/reference_checks.h"
+#include "ctl/texts.h"
+
+namespace ruvex {
+
+bool refuse_line(line_findings& findings, line_reader::result got) {
+  if (got == line_reader::result::too_long) {
+    findings.add(
+        rule::line_too_long, max_mapping_line + 1,
+        message("the line is longer than ", max_mapping_line, " characters, which ruvex refuses"));
+  } else if (got == line_reader::result::holds_nul) {
+    findings.add(rule::nul_byte, findings.text().find('\0') + 1,
+                 "the line holds a NUL byte, which ruvex refuses");
+  }
+  return got != line_reader::result::line;
+}
+
+bool refusal_findings::refused(csv_result reason, std::size_t field) noexcept {
+  const std::string_view text = line_->fields[field];
+  switch (reason) {
+    case csv_field_too_long:
+      findings_->add(rule::field_too_long, field, text,
+                     "is longer than 31 characters, which ruvex refuses");
+      break;
+    case csv_illegal_reference:
+      findings_->add(rule::illegal_reference, field, text, refused_reference(*line_));
+      break;
+    case csv_too_many_channels:
+      findings_->add(
+          rule::too_many_channels, field_unit, line_->fields[field_unit],
+          message("the unit has more than ", max_list_count, " points, which ruvex refuses"));
+      break;
+    default:
+      end_without_memory();
+  }
+  return true;
+}
+
+void refusal_findings::description_cut() noexcept {
+  const std::string_view text = line_->fields[field_description];
+  findings_->add(rule::description_cut, field_description, text,
+                 message(text.size(), " characters are cut to 63"));
+}
+
+void end_without_memory() noexcept {
+  if (const std::new_handler handler = std::get_new_handler()) handler();
+  std::abort();
+}
+
+}  // namespace ruvex
