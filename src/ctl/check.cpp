@@ -63,8 +63,10 @@ bool check_file(const char* path, finding_report& report, std::int64_t& points) 
   for (std::int64_t number = 1; (got = lines.next(text)) != line_reader::result::end; ++number) {
     const bool goes_on = check.check_line(got, text);
     if (got == line_reader::result::too_long) lines.skip_line();
-    if (!check.findings().empty()) shown.hide();
-    for (const finding& finding : check.findings()) report.add(path, finding);
+    for (const finding& finding : check.findings()) {
+      if (report.prints(finding.id)) shown.hide();
+      report.add(path, finding);
+    }
     if (!goes_on || report.is_full()) break;
     shown.at(number);
   }

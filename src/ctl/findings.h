@@ -42,6 +42,11 @@ class finding_report {
   // Counts and prints a finding in `file`, unless its rule is ignored.
   void add(std::string_view file, const finding& finding);
 
+  // Whether a finding of this rule would be printed.
+  bool prints(rule id) const noexcept {
+    return !settings_.is_quiet && !settings_.is_ignored[static_cast<std::size_t>(id)];
+  }
+
   // Whether so much has been found that the run is to end.
   bool is_full() const noexcept;
 
