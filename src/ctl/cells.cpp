@@ -6,7 +6,23 @@
 namespace ruvex {
 namespace {
 
-constexpr std::string_view no_break_space = "\xC2\xA0";
+// The last one is U+FEFF: where two byte-order marks stand, the second is read as a blank.
+constexpr std::string_view blanks[] = {" ", "\t", "\xC2\xA0", "\xEF\xBB\xBF"};
+
+// The length of a blank at the start of a text; 0 when there is none.
+std::size_t blank_at_start(std::string_view text) noexcept {
+  for (const std::string_view blank : blanks) {
+    if (text.starts_with(blank)) return blank.size();
+  }
+  return 0;
+}
+
+std::size_t blank_at_end(std::string_view text) noexcept {
+  for (const std::string_view blank : blanks) {
+    if (text.ends_with(blank)) return blank.size();
+  }
+  return 0;
+}
 
 bool is_line_end(char character) noexcept {
   return character == '\n' || character == '\r';
@@ -102,19 +118,9 @@ void row_reader::take_line_end() noexcept {
 }
 
 std::string_view without_blanks(std::string_view text) noexcept {
-  while (true) {
-    if (!text.empty() && is_blank(text.front())) {
-      text.remove_prefix(1);
-    } else if (text.starts_with(no_break_space)) {
-      text.remove_prefix(no_break_space.size());
-    } else if (!text.empty() && is_blank(text.back())) {
-      text.remove_suffix(1);
-    } else if (text.ends_with(no_break_space)) {
-      text.remove_suffix(no_break_space.size());
-    } else {
-      return text;
-    }
-  }
+  while (const std::size_t length = blank_at_start(text)) text.remove_prefix(length);
+  while (const std::size_t length = blank_at_end(text)) text.remove_suffix(length);
+  return text;
 }
 
 bool is_blank_row(const std::vector<cell>& row) noexcept {

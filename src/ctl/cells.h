@@ -69,7 +69,8 @@ class row_reader {
   std::size_t line_start_ = 0;
 };
 
-// The text without the blanks, TABs and no-break spaces (U+00A0, in UTF-8) at its two ends.
+// The text without the blanks, TABs and no-break spaces (U+00A0 and U+FEFF, in UTF-8) at its two
+// ends.
 std::string_view without_blanks(std::string_view text) noexcept;
 
 // Whether none of the cells holds anything but blanks.

@@ -1,0 +1,67 @@
+// From the bytes of a spreadsheet export to mapping lines. What comes out is in the strict form:
+// `ruvexctl check` finds nothing wrong with it as a file and with its cells, and to tidy it again
+// changes nothing.
+
+#include <algorithm>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "ctl/encoding.h"
+#include "ctl/mapping_check.h"
+#include "ctl/sheet.h"
+#include "require.h"
+
+namespace ruvex {
+namespace {
+
+constexpr rule form_rules[] = {
+    rule::utf_16,      rule::byte_order_mark, rule::nul_byte,        rule::line_too_long,
+    rule::one_field,   rule::few_fields,      rule::carriage_return, rule::wrong_separator,
+    rule::extra_cells, rule::empty_cell,      rule::empty_end,       rule::split_cell,
+    rule::not_utf_8,   rule::leading_blank,
+};
+
+void require_strict_form(std::string_view lines) {
+  mapping_check check;
+  while (!lines.empty()) {
+    const std::size_t length = lines.find('\n') + 1;
+    require(length != 0 && length <= max_mapping_line, "a line has its end, and the length");
+    check.check_line(line_reader::result::line, lines.substr(0, length));
+    for (const finding& finding : check.findings()) {
+      require(std::find(std::begin(form_rules), std::end(form_rules), finding.id) ==
+                  std::end(form_rules),
+              "the form is strict");
+    }
+    lines.remove_prefix(length);
+  }
+}
+
+// The first byte chooses the encoding and whether lines are skipped, the second the delimiter.
+void run(std::string_view bytes) {
+  if (bytes.size() < 2) return;
+  constexpr text_encoding encodings[] = {text_encoding::automatic, text_encoding::utf8,
+                                         text_encoding::utf16, text_encoding::latin1};
+  const auto choice = static_cast<unsigned char>(bytes[0]);
+  sheet_settings settings;
+  if (bytes[1] == ',' || bytes[1] == ';') settings.delimiter = bytes[1];
+  if (choice >= 0x80) settings.skip = choice % 3;
+  const decoded_text decoded = decode_text(std::string(bytes.substr(2)), encodings[choice % 4]);
+  if (decoded.defect != nullptr) return;
+  const std::optional<std::string> lines = tidy_sheet("-", decoded.text, settings);
+  if (!lines) return;
+  require_strict_form(*lines);
+  sheet_settings as_they_are;
+  as_they_are.skip = 0;
+  as_they_are.delimiter = ',';
+  require(tidy_sheet("-", *lines, as_they_are) == *lines, "to tidy again changes nothing");
+}
+
+}  // namespace
+}  // namespace ruvex
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  ruvex::run({reinterpret_cast<const char*>(data), size});
+  return 0;
+}

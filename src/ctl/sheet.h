@@ -1,0 +1,24 @@
+// A spreadsheet's rows, turned into mapping lines of the strict form.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "ctl/columns.h"
+
+namespace ruvex {
+
+struct sheet_settings {
+  std::optional<char> delimiter;      // nothing: the one that gives the most cells
+  std::optional<unsigned long> skip;  // lines at the start; nothing: those before the first point
+  column_list columns;
+};
+
+// The mapping lines of a sheet in UTF-8. Rows that are left out are told on standard error, where
+// `path` names the sheet. Nothing, after messages there, when there is no point, or when not all
+// that the rows hold can be told in mapping lines.
+std::optional<std::string> tidy_sheet(const char* path, std::string_view text,
+                                      const sheet_settings& settings);
+
+}  // namespace ruvex
