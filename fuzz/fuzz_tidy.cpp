@@ -17,10 +17,10 @@ namespace ruvex {
 namespace {
 
 constexpr rule form_rules[] = {
-    rule::utf_16,      rule::byte_order_mark, rule::nul_byte,        rule::line_too_long,
-    rule::one_field,   rule::few_fields,      rule::carriage_return, rule::wrong_separator,
-    rule::extra_cells, rule::empty_cell,      rule::empty_end,       rule::split_cell,
-    rule::not_utf_8,   rule::leading_blank,
+    rule::utf_16,        rule::byte_order_mark, rule::nul_byte,        rule::line_too_long,
+    rule::one_field,     rule::few_fields,      rule::carriage_return, rule::wrong_separator,
+    rule::extra_cells,   rule::empty_cell,      rule::empty_end,       rule::split_cell,
+    rule::leading_blank,
 };
 
 void require_strict_form(std::string_view lines) {
