@@ -70,6 +70,7 @@ bool check_file(const char* path, finding_report& report, std::int64_t& points) 
     if (!goes_on || report.is_full()) break;
     shown.at(number);
   }
+  shown.hide();
   points += check.points();
   if (lines.error() == 0) return true;
   report.flush();

@@ -16,6 +16,7 @@
 #include "converter/unit_index.h"
 #include "ctl/command.h"
 #include "ctl/findings.h"
+#include "ctl/progress.h"
 #include "ctl/refusal_findings.h"
 
 namespace ruvex {
@@ -64,6 +65,7 @@ bool read_lines(const char* path, int descriptor, unit_index& units) {
   refusal_findings refusals;
   point_reader reader(units);
   line_reader lines(descriptor, max_mapping_line);
+  progress shown(path);
   std::string_view text;
   line_reader::result got;
   for (std::int64_t number = 1; (got = lines.next(text)) != line_reader::result::end; ++number) {
@@ -75,9 +77,14 @@ bool read_lines(const char* path, int descriptor, unit_index& units) {
     } else if (got == line_reader::result::too_long) {
       lines.skip_line();
     }
-    for (const finding& finding : list) report.add(path, finding);
+    for (const finding& finding : list) {
+      if (report.prints(finding.id)) shown.hide();
+      report.add(path, finding);
+    }
     list.clear();
+    shown.at(number);
   }
+  shown.hide();
   report.flush();
   if (lines.error() != 0) complain("%s: %s", path, std::strerror(lines.error()));
   return lines.error() == 0 && report.errors() == 0;

@@ -6,6 +6,7 @@
 namespace ruvex {
 
 void refusals::add(const text_place& place, const char* format, ...) noexcept {
+  if (shown_ != nullptr) shown_->hide();
   ++count_;
   std::fprintf(stderr, "%s:%zu:%zu: error: ", path_, place.line, place.column);
   std::va_list arguments;

@@ -4,13 +4,16 @@
 #include <cstddef>
 
 #include "ctl/cells.h"
+#include "ctl/progress.h"
 
 namespace ruvex {
 
 class refusals {
  public:
-  // `path` is shown before every message; it outlives this object.
-  explicit refusals(const char* path) noexcept : path_(path) {}
+  // `path` is shown before every message; where `shown` is given, it is hidden before. Both outlive
+  // this object.
+  explicit refusals(const char* path, progress* shown = nullptr) noexcept
+      : path_(path), shown_(shown) {}
 
   // Prints "PATH:LINE:COLUMN: error: " and the message on standard error. Format and arguments are
   // those of printf.
@@ -21,6 +24,7 @@ class refusals {
 
  private:
   const char* path_;
+  progress* shown_;
   std::size_t count_ = 0;
 };
 

@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <utility>
 #include <vector>
 
 #include "ctl/cells.h"
 #include "ctl/command.h"
+#include "ctl/progress.h"
 #include "ctl/refusals.h"
 #include "ctl/strict_form.h"
 #include "ctl/texts.h"
@@ -68,7 +70,11 @@ constexpr const char* defect_messages[] = {
 class sheet_tidier {
  public:
   sheet_tidier(const char* path, const sheet_settings& settings) noexcept
-      : path_(path), settings_(settings), refused_(path), has_begun_(settings.skip.has_value()) {}
+      : path_(path),
+        settings_(settings),
+        shown_(path),
+        refused_(path, &shown_),
+        has_begun_(settings.skip.has_value()) {}
 
   // The mapping lines of `text`; nothing, after messages, when there are none or not all of its
   // points can be told in them.
@@ -79,10 +85,11 @@ class sheet_tidier {
   bool refuse_defects(const std::vector<cell>& row) noexcept;
   bool refuse_surplus(const std::vector<cell>& row) noexcept;
   void note_header(const std::vector<cell>& row) noexcept;
-  void tell_header() const noexcept;
+  void tell_header() noexcept;
 
   const char* path_;
   const sheet_settings& settings_;
+  progress shown_;
   refusals refused_;
   const strict_form form_;
   std::string lines_;
@@ -97,7 +104,11 @@ std::optional<std::string> sheet_tidier::tidy(std::string_view text) {
   const char delimiter = settings_.delimiter ? *settings_.delimiter : find_delimiter(text);
   row_reader reader(text, delimiter, skipped + 1);
   std::vector<cell> row;
-  while (reader.next(row)) take(row);
+  for (std::int64_t number = 1; reader.next(row); ++number) {
+    take(row);
+    shown_.at(number);
+  }
+  shown_.hide();
   if (!has_begun_) tell_header();
   if (const std::size_t column = settings_.columns.largest_chosen(); column > widest_) {
     complain("%s: no row has a column %zu", path_, column);
@@ -125,6 +136,7 @@ void sheet_tidier::take(const std::vector<cell>& row) {
   if (!is_blank(unit) || !is_blank(reference)) {
     if (!refuse_surplus(row)) form_.append_line(sources, place, refused_, lines_);
   } else if (!is_blank_row(row)) {
+    shown_.hide();
     std::fprintf(stderr, "%s:%zu: left out: no unit and no reference\n", path_, place.line);
   }
 }
@@ -155,8 +167,9 @@ void sheet_tidier::note_header(const std::vector<cell>& row) noexcept {
   if (header_first_ == 0) header_first_ = header_last_;
 }
 
-void sheet_tidier::tell_header() const noexcept {
+void sheet_tidier::tell_header() noexcept {
   if (header_first_ == 0) return;
+  shown_.hide();
   std::fprintf(stderr, "%s:%zu", path_, header_first_);
   if (header_last_ != header_first_) std::fprintf(stderr, "-%zu", header_last_);
   std::fputs(": left out: header\n", stderr);
