@@ -48,6 +48,8 @@ TEST_F(DiffTest, DifferencesAreToldByUnitAndRegister) {
        "~ 5 40001 \"A\": bac_units \"VOLTS\" -> \"AMPERES\"\n"
        "~ 5 40001 \"A\": reg_format \"SIGNED\" -> \"UNSIGNED\"\n"
        "0 points added, 0 removed, 1 changed\n"},
+      {first, line("5", "40001", "Z"),
+       "~ 5 40001 \"A\": name \"A\" -> \"Z\"\n0 points added, 0 removed, 1 changed\n"},
       {first, line("10.0.0.5/5", "40001", "A"),
        "- unit 5\n+ unit 10.0.0.5/5\n- 5 40001 \"A\"\n+ 10.0.0.5/5 40001 \"A\"\n"
        "1 point added, 1 removed, 0 changed\n"},
@@ -60,6 +62,8 @@ TEST_F(DiffTest, DifferencesAreToldByUnitAndRegister) {
        "~ unit 5: poll_delay \"0\" -> \"10\"\n0 points added, 0 removed, 0 changed\n"},
       {unit5 + "/>", "<unit_cfg type=\"VIRTUAL\" address=\"5\"/>",
        "- unit 5\n+ unit VIRTUAL 5\n0 points added, 0 removed, 0 changed\n"},
+      {unit5 + "/><unit_cfg type=\"MODBUS\" address=\"4\"/>",
+       "<unit_cfg type=\"MODBUS\" address=\"4\"/>" + unit5 + "/>", ""},
       {unit5 + "/>", "<yax_cfg><baudrate>1</baudrate>" + unit5 + "/></yax_cfg>", ""},
       {"<yax_cfg name=\"&#27;\"><baudrate>9600</baudrate></yax_cfg>",
        "<yax_cfg name=\"b\"><baudrate>19200</baudrate></yax_cfg>",

@@ -145,7 +145,7 @@ TEST_F(ShowTest, WhatRuvexWouldNotHaveIsRefused) {
            line +
            "3:40: error: field 4 (reference): \"X\\x1B\" has no digit, which ruvex refuses "
            "[illegal-reference]\n"},
-      {std::string(1024, 'x') + "\nab" + std::string(1, '\0') + "\n",
+      {std::string(1024, 'x') + "\nab" + std::string(1, '\0') + "\n" + point_line(),
        line +
            "1:1024: error: the line is longer than 1023 characters, which ruvex refuses "
            "[line-too-long]\n" +
@@ -155,6 +155,14 @@ TEST_F(ShowTest, WhatRuvexWouldNotHaveIsRefused) {
     write("in", row.content);
     EXPECT_EQ(run({"show", file}), (outcome{2, "", row.messages})) << row.content;
   }
+}
+
+TEST_F(ShowTest, PeopleSeeNoRegisterWhereThereIsNone) {
+  write("in", unit_file(channel("40001"), "VIRTUAL"));
+  const outcome shown = run({"show", "--format=markdown", path("in")});
+  EXPECT_TRUE(
+      shown.out.ends_with("| --- |\n| VIRTUAL 5 |  |  |  |  |  |  |  |  |  |  |  |  |  |  | n |\n"))
+      << shown.out;
 }
 
 TEST_F(ShowTest, CharactersAreCountedAndNoneCommandsTheTerminal) {
