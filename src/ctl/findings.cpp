@@ -8,6 +8,7 @@
 
 #include "ctl/field_names.h"
 #include "ctl/json.h"
+#include "ctl/printable.h"
 #include "ctl/texts.h"
 
 namespace ruvex {
@@ -22,14 +23,20 @@ bool colours_are_wanted() noexcept {
          (no_colour == nullptr || *no_colour == '\0');
 }
 
-// What a file holds must not reach the terminal as a command to it.
+// What a file holds must not reach the terminal as a command to it: bytes of what is not printable
+// are shown as \xNN.
 void append_visibly(std::string& out, std::string_view text) {
   constexpr std::string_view hex = "0123456789ABCDEF";
-  for (const char character : text) {
-    const auto code = static_cast<unsigned char>(character);
-    if (code >= 0x20 && code != 0x7F) {
+  while (!text.empty()) {
+    const character_form form = form_at(text);
+    const std::string_view character = text.substr(0, form.length);
+    text.remove_prefix(form.length);
+    if (form.is_printable) {
       out += character;
-    } else {
+      continue;
+    }
+    for (const char byte : character) {
+      const auto code = static_cast<unsigned char>(byte);
       out += "\\x";
       out += hex[code >> 4];
       out += hex[code & 15];

@@ -258,7 +258,7 @@ TEST_F(CheckTest, JsonIsOneObjectALine) {
 }
 
 TEST_F(CheckTest, ATerminalGetsColoursButNoCommandsOfTheFile) {
-  write("a.csv", point({{8, "\033[2J"}}));
+  write("a.csv", point({{8, "\033[2J\xC2\x9B"}}));
   const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
   ASSERT_TRUE(terminal >= 0 && ::grantpt(terminal) == 0 && ::unlockpt(terminal) == 0);
   const int line = ::open(::ptsname(terminal), O_RDWR | O_NOCTTY | O_CLOEXEC);
@@ -270,7 +270,8 @@ TEST_F(CheckTest, ATerminalGetsColoursButNoCommandsOfTheFile) {
   EXPECT_EQ(run({"check", path("a.csv")}, on_terminal).status, 1);
   std::string shown(4096, '\0');
   shown.resize(static_cast<std::size_t>(::read(terminal, shown.data(), shown.size())));
-  EXPECT_THAT(shown, testing::HasSubstr("\033[1;31merror: \033[0mfield 8 (units): \"\\x1B[2J\""));
+  EXPECT_THAT(
+      shown, testing::HasSubstr("\033[1;31merror: \033[0mfield 8 (units): \"\\x1B[2J\\xC2\\x9B\""));
   EXPECT_THAT(shown, testing::Not(testing::HasSubstr("\033[2J")));
   ::close(line);
   ::close(terminal);
