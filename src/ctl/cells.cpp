@@ -54,7 +54,7 @@ bool row_reader::next(std::vector<cell>& row) {
 }
 
 cell row_reader::read_cell() {
-  cell read = {{}, here(), false, cell_defect::none, here()};
+  cell read = {{}, here(), cell_defect::none, here()};
   if (at_ != content_.size() && content_[at_] == '"') {
     read_quoted(read);
   } else {
@@ -64,7 +64,6 @@ cell row_reader::read_cell() {
 }
 
 void row_reader::read_quoted(cell& cell) {
-  cell.was_quoted = true;
   ++at_;
   while (true) {
     const std::size_t quote = std::min(content_.find('"', at_), content_.size());

@@ -35,7 +35,6 @@ enum class cell_defect {
 struct cell {
   std::string text;  // without the quotes around it; blanks stand as they are
   text_place place;  // its first character, or its opening quote
-  bool was_quoted;
   cell_defect defect;
   text_place defect_place;
 };
