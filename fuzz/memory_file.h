@@ -1,21 +1,15 @@
-// What the fuzz targets share: a file in memory, and the end of a run that found something.
+// A file in memory, for the fuzz targets whose code takes a path.
 #pragma once
 
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <string>
 
-namespace ruvex {
+#include "require.h"
 
-inline void require(bool holds, const char* what) {
-  if (holds) return;
-  ::dprintf(STDERR_FILENO, "violated: %s\n", what);  // a target may have silenced the stream
-  std::abort();
-}
+namespace ruvex {
 
 // A file in memory that has a path.
 class memory_file {
