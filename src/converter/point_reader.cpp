@@ -112,16 +112,6 @@ constexpr field_rule field_rules[] = {
 };
 static_assert(std::size(field_rules) == max_mapping_fields - field_cov_inc);
 
-constexpr struct {
-  mapping_field field;
-  field_rule store;
-} scaling[] = {
-    {field_scl_dev_lo, copy<&chn_cfg::scl_dev_lo>},
-    {field_scl_dev_hi, copy<&chn_cfg::scl_dev_hi>},
-    {field_scl_usr_lo, copy<&chn_cfg::scl_usr_lo>},
-    {field_scl_usr_hi, copy<&chn_cfg::scl_usr_hi>},
-};
-
 // Whether the rest of the line is to be read.
 bool goes_on_after(csv_result result, mapping_point& point, std::size_t field) noexcept {
   if (point.code == csv_read) point.code = result;
@@ -130,9 +120,9 @@ bool goes_on_after(csv_result result, mapping_point& point, std::size_t field) n
 
 // Scaling is taken or left as a whole; a field that the line lacks empties its setting.
 bool store_scaling(mapping_point& point, const mapping_line& line) noexcept {
-  for (const auto& row : scaling) {
-    const csv_result result = row.store(point, line.fields[row.field]);
-    if (result != csv_read && !goes_on_after(result, point, row.field)) return false;
+  for (const scale_end& end : scale_ends) {
+    const csv_result result = fits((point.chn->*end.setting).assign(line.fields[end.field]));
+    if (result != csv_read && !goes_on_after(result, point, end.field)) return false;
   }
   return true;
 }

@@ -146,17 +146,6 @@ constexpr struct {
     {field_group_en, check_group_enable},
 };
 
-struct scale_end {
-  mapping_field field;
-  text<32> chn_cfg::*setting;
-};
-constexpr scale_end scale_ends[] = {
-    {field_scl_dev_lo, &chn_cfg::scl_dev_lo},
-    {field_scl_dev_hi, &chn_cfg::scl_dev_hi},
-    {field_scl_usr_lo, &chn_cfg::scl_usr_lo},
-    {field_scl_usr_hi, &chn_cfg::scl_usr_hi},
-};
-
 // Whether the converter took the four ends from the line; it leaves the defaults where all are "0".
 bool is_scaled(const checked_point& point) noexcept {
   for (const scale_end& end : scale_ends) {

@@ -12,9 +12,6 @@
 namespace ruvex {
 namespace {
 
-constexpr mapping_field scaling[] = {field_scl_dev_lo, field_scl_dev_hi, field_scl_usr_lo,
-                                     field_scl_usr_hi};
-
 // The data type that leaves a channel as it is by default.
 std::string_view default_data_type(const chn_cfg& defaults) noexcept {
   const modbus_type_row* row = modbus_type;
@@ -27,7 +24,8 @@ std::string_view default_data_type(const chn_cfg& defaults) noexcept {
 }
 
 bool is_scale(std::size_t field) noexcept {
-  return std::find(std::begin(scaling), std::end(scaling), field) != std::end(scaling);
+  return std::any_of(std::begin(scale_ends), std::end(scale_ends),
+                     [field](const scale_end& end) { return end.field == field; });
 }
 
 // The place of the comma of a number such as "-0,5"; npos where there is none. "1,500" is not taken
@@ -118,9 +116,10 @@ strict_form::strict_form() noexcept
 
 // Scaling is taken or left as a whole; all "0" leaves it.
 void strict_form::fill_blanks(field_texts& texts) const {
-  const bool is_scaled = std::any_of(std::begin(scaling), std::end(scaling), [&](auto field) {
-    return !texts[field].empty() && texts[field] != "0";
-  });
+  const bool is_scaled =
+      std::any_of(std::begin(scale_ends), std::end(scale_ends), [&texts](const scale_end& end) {
+        return !texts[end.field].empty() && texts[end.field] != "0";
+      });
   for (std::size_t field = 0; field < texts.size(); ++field) {
     if (!texts[field].empty()) continue;
     texts[field] = is_scale(field) && !is_scaled ? std::string_view("0") : blank_texts_[field];
