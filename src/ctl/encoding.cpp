@@ -11,7 +11,6 @@
 namespace ruvex {
 namespace {
 
-constexpr std::string_view utf8_mark = "\xEF\xBB\xBF";
 constexpr std::string_view little_endian_mark = "\xFF\xFE";
 constexpr std::string_view big_endian_mark = "\xFE\xFF";
 
@@ -62,7 +61,7 @@ void append_character(std::string& text, std::uint32_t code) {
 }
 
 decoded_text decode_utf8(std::string&& content) {
-  if (content.starts_with(utf8_mark)) content.erase(0, utf8_mark.size());
+  if (content.starts_with(byte_order_mark)) content.erase(0, byte_order_mark.size());
   const std::size_t valid = valid_length(content);
   const bool is_valid = valid == content.size();
   content.resize(valid);
@@ -147,7 +146,7 @@ nul_places find_nuls(std::string_view content) noexcept {
 }
 
 decoded_text decode_automatically(std::string&& content) {
-  if (content.starts_with(utf8_mark)) return decode_utf8(std::move(content));
+  if (content.starts_with(byte_order_mark)) return decode_utf8(std::move(content));
   if (content.starts_with(little_endian_mark) || content.starts_with(big_endian_mark)) {
     return decode_utf16(content);
   }

@@ -6,6 +6,7 @@
 #include "ctl/cells.h"
 #include "ctl/field_names.h"
 #include "ctl/texts.h"
+#include "ctl/utf_8.h"
 
 namespace ruvex {
 namespace {
@@ -129,7 +130,7 @@ bool check_start(line_findings& findings) {
         "use ruvexctl tidy");
     return true;
   }
-  if (line.starts_with("\xEF\xBB\xBF")) {
+  if (line.starts_with(byte_order_mark)) {
     findings.add(rule::byte_order_mark, 1,
                  "the file begins with a byte-order mark, which becomes part of the first field");
   }

@@ -9,6 +9,7 @@
 #include "ctl/command.h"
 #include "ctl/input.h"
 #include "ctl/load_mapping.h"
+#include "ctl/utf_8.h"
 #include "xml/parser.h"
 
 namespace ruvex {
@@ -18,8 +19,6 @@ namespace {
 // since it could not be put there later without a second copy.
 constexpr std::string_view root_start = "<yax_cfg>";
 constexpr std::string_view root_end = "</yax_cfg>";
-
-constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
 
 std::string_view from(std::string_view text, std::size_t at) noexcept {
   text.remove_prefix(at < text.size() ? at : text.size());
