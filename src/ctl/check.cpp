@@ -3,14 +3,13 @@
 #include <algorithm>
 #include <climits>
 #include <cstdio>
-#include <cstring>
 
 #include "converter/app.h"
 #include "ctl/command.h"
+#include "ctl/examine_lines.h"
 #include "ctl/findings.h"
 #include "ctl/input.h"
 #include "ctl/mapping_check.h"
-#include "ctl/progress.h"
 #include "ctl/texts.h"
 
 namespace ruvex {
@@ -56,26 +55,12 @@ bool check_file(const char* path, finding_report& report, std::int64_t& points) 
   if (!file.is_open()) return false;
   prepare_heap(path);
   mapping_check check;
-  line_reader lines(file.descriptor(), max_mapping_line);
-  progress shown(path);
-  std::string_view text;
-  line_reader::result got;
-  for (std::int64_t number = 1; (got = lines.next(text)) != line_reader::result::end; ++number) {
-    const bool goes_on = check.check_line(got, text);
-    if (got == line_reader::result::too_long) lines.skip_line();
-    for (const finding& finding : check.findings()) {
-      if (report.prints(finding.id)) shown.hide();
-      report.add(path, finding);
-    }
-    if (!goes_on || report.is_full()) break;
-    shown.at(number);
-  }
-  shown.hide();
+  const bool is_read = examine_lines(path, file.descriptor(), report, check.findings(),
+                                     [&check](line_reader::result got, std::string_view text) {
+                                       return check.check_line(got, text);
+                                     });
   points += check.points();
-  if (lines.error() == 0) return true;
-  report.flush();
-  complain("%s: %s", path, std::strerror(lines.error()));
-  return false;
+  return is_read;
 }
 
 std::string counted(std::uint64_t count, std::string_view what) {

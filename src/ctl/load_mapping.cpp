@@ -15,8 +15,8 @@
 #include "converter/point_reader.h"
 #include "converter/unit_index.h"
 #include "ctl/command.h"
+#include "ctl/examine_lines.h"
 #include "ctl/findings.h"
-#include "ctl/progress.h"
 #include "ctl/refusal_findings.h"
 
 namespace ruvex {
@@ -64,30 +64,17 @@ bool read_lines(const char* path, int descriptor, unit_index& units) {
   std::vector<finding> list;
   refusal_findings refusals;
   point_reader reader(units);
-  line_reader lines(descriptor, max_mapping_line);
-  progress shown(path);
-  std::string_view text;
-  line_reader::result got;
-  for (std::int64_t number = 1; (got = lines.next(text)) != line_reader::result::end; ++number) {
-    line_findings findings(number, text, list);
-    if (!refuse_line(findings, got)) {
-      const mapping_line line = split_mapping_line(text);
-      refusals.begin(findings, line);
-      reader.read(line, refusals);
-    } else if (got == line_reader::result::too_long) {
-      lines.skip_line();
-    }
-    for (const finding& finding : list) {
-      if (report.prints(finding.id)) shown.hide();
-      report.add(path, finding);
-    }
+  std::int64_t number = 0;
+  const auto examine = [&](line_reader::result got, std::string_view text) {
     list.clear();
-    shown.at(number);
-  }
-  shown.hide();
-  report.flush();
-  if (lines.error() != 0) complain("%s: %s", path, std::strerror(lines.error()));
-  return lines.error() == 0 && report.errors() == 0;
+    line_findings findings(++number, text, list);
+    if (refuse_line(findings, got)) return true;
+    const mapping_line line = split_mapping_line(text);
+    refusals.begin(findings, line);
+    reader.read(line, refusals);
+    return true;
+  };
+  return examine_lines(path, descriptor, report, list, examine) && report.errors() == 0;
 }
 
 }  // namespace
