@@ -15,9 +15,9 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "modbus/frame.h"
-#include "modbus/transaction.h"
-#include "modbus/transport.h"
+#include "ruvex/modbus/frame.h"
+#include "ruvex/modbus/transaction.h"
+#include "ruvex/modbus/transport.h"
 
 namespace {
 

@@ -14,7 +14,7 @@
 #include <cstring>
 #include <vector>
 
-#include "util/base64.h"
+#include "ruvex/util/base64.h"
 
 namespace {
 

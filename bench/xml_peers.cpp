@@ -15,10 +15,10 @@
 #include <pugixml.hpp>
 #include <string>
 
-#include "cfg/doc_defaults.h"
-#include "cfg/fields.h"
-#include "cfg/xml_reader.h"
-#include "xml/parser.h"
+#include "ruvex/cfg/doc_defaults.h"
+#include "ruvex/cfg/fields.h"
+#include "ruvex/cfg/xml_reader.h"
+#include "ruvex/xml/parser.h"
 
 namespace {
 

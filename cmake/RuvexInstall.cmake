@@ -15,8 +15,7 @@ install(FILES ${PROJECT_BINARY_DIR}/ruvex-config.cmake
               ${PROJECT_BINARY_DIR}/ruvex-config-version.cmake
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/ruvex)
 
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/src/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/ruvex
-        FILES_MATCHING PATTERN "*.h" PATTERN "ctl" EXCLUDE)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
 set(libraries "")
 foreach(module IN LISTS modules)

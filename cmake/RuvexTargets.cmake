@@ -29,15 +29,17 @@ target_link_libraries(ruvex_product_options INTERFACE ruvex_options)
 target_compile_options(ruvex_product_options INTERFACE -fno-exceptions -fno-rtti)
 
 # ruvex_module(NAME [INTERNAL] SOURCES... [USES MODULE...]): the library ruvex::NAME of the folder it
-# stands in. It sees its own folder and those of the modules it uses, through src/; it links nothing
-# else. What is INTERNAL is not installed.
+# stands in. It sees the interface, include/ruvex/, and the inner headers of its own folder, and
+# links nothing but the modules that it names; scripts/check-includes holds its includes to them.
+# What is INTERNAL is not installed.
 function(ruvex_module name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "INTERNAL" "" "USES")
   add_library(ruvex_${name} STATIC ${arg_UNPARSED_ARGUMENTS})
   add_library(ruvex::${name} ALIAS ruvex_${name})
   set_target_properties(ruvex_${name} PROPERTIES EXPORT_NAME ${name} POSITION_INDEPENDENT_CODE ON)
   target_include_directories(ruvex_${name} PUBLIC
-    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/src> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/ruvex>)
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+  target_include_directories(ruvex_${name} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
   target_compile_features(ruvex_${name} PUBLIC cxx_std_20)
   target_link_libraries(ruvex_${name} PRIVATE $<BUILD_INTERFACE:ruvex_product_options>)
   if(CMAKE_INTERPROCEDURAL_OPTIMIZATION AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")

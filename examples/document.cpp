@@ -2,11 +2,11 @@
 
 #include <cstdio>
 
-#include "cfg/defaults.h"
-#include "cfg/doc_defaults.h"
-#include "cfg/tables.h"
-#include "cfg/xml_reader.h"
-#include "cfg/xml_writer.h"
+#include "ruvex/cfg/defaults.h"
+#include "ruvex/cfg/doc_defaults.h"
+#include "ruvex/cfg/tables.h"
+#include "ruvex/cfg/xml_reader.h"
+#include "ruvex/cfg/xml_writer.h"
 
 using namespace ruvex;
 

@@ -6,9 +6,9 @@
 #include <cstdio>
 #include <cstring>
 
-#include "socket/bind.h"
-#include "socket/connect.h"
-#include "socket/transfer.h"
+#include "ruvex/socket/bind.h"
+#include "ruvex/socket/connect.h"
+#include "ruvex/socket/transfer.h"
 
 using namespace ruvex;
 

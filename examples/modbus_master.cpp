@@ -7,9 +7,9 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "modbus/frame.h"
-#include "modbus/transaction.h"
-#include "serial/serial.h"
+#include "ruvex/modbus/frame.h"
+#include "ruvex/modbus/transaction.h"
+#include "ruvex/serial/serial.h"
 
 using namespace ruvex;
 

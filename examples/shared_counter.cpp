@@ -6,8 +6,8 @@
 #include <cerrno>
 #include <cstdio>
 
-#include "util/semaphore_set.h"
-#include "util/shared_memory.h"
+#include "ruvex/util/semaphore_set.h"
+#include "ruvex/util/shared_memory.h"
 
 using namespace ruvex;
 

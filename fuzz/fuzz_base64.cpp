@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "require.h"
-#include "util/base64.h"
+#include "ruvex/util/base64.h"
 
 namespace ruvex {
 namespace {

@@ -7,11 +7,11 @@
 #include <string>
 #include <string_view>
 
-#include "cfg/doc_defaults.h"
-#include "cfg/fields.h"
-#include "cfg/xml_reader.h"
-#include "cfg/xml_writer.h"
 #include "memory_file.h"
+#include "ruvex/cfg/doc_defaults.h"
+#include "ruvex/cfg/fields.h"
+#include "ruvex/cfg/xml_reader.h"
+#include "ruvex/cfg/xml_writer.h"
 
 namespace ruvex {
 namespace {

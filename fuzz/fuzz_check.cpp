@@ -17,10 +17,10 @@
 #include <expat.h>
 #endif
 
-#include "cfg/xml_writer.h"
-#include "converter/mapping_reader.h"
-#include "ctl/mapping_check.h"
+#include "mapping_check.h"
 #include "memory_file.h"
+#include "ruvex/cfg/xml_writer.h"
+#include "ruvex/converter/mapping_reader.h"
 
 namespace ruvex {
 namespace {

@@ -6,10 +6,10 @@
 #include <string>
 #include <string_view>
 
-#include "cfg/decimal.h"
-#include "cfg/xml_writer.h"
-#include "converter/mapping_reader.h"
 #include "memory_file.h"
+#include "ruvex/cfg/decimal.h"
+#include "ruvex/cfg/xml_writer.h"
+#include "ruvex/converter/mapping_reader.h"
 
 namespace ruvex {
 namespace {

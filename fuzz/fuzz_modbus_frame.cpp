@@ -5,9 +5,9 @@
 #include <memory>
 #include <vector>
 
-#include "modbus/frame.h"
-#include "modbus/request.h"
 #include "require.h"
+#include "ruvex/modbus/frame.h"
+#include "ruvex/modbus/request.h"
 
 namespace ruvex {
 namespace {

@@ -6,9 +6,9 @@
 #include <memory>
 #include <vector>
 
-#include "modbus/frame.h"
-#include "modbus/master.h"
 #include "require.h"
+#include "ruvex/modbus/frame.h"
+#include "ruvex/modbus/master.h"
 
 namespace ruvex {
 namespace {

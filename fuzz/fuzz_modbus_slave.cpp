@@ -6,10 +6,10 @@
 #include <memory>
 #include <vector>
 
-#include "modbus/frame.h"
-#include "modbus/master.h"
-#include "modbus/slave.h"
 #include "require.h"
+#include "ruvex/modbus/frame.h"
+#include "ruvex/modbus/master.h"
+#include "ruvex/modbus/slave.h"
 
 namespace ruvex {
 namespace {

@@ -8,10 +8,10 @@
 #include <string>
 #include <string_view>
 
-#include "ctl/encoding.h"
-#include "ctl/mapping_check.h"
-#include "ctl/sheet.h"
+#include "encoding.h"
+#include "mapping_check.h"
 #include "require.h"
+#include "sheet.h"
 
 namespace ruvex {
 namespace {

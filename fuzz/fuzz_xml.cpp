@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "require.h"
-#include "xml/parser.h"
+#include "ruvex/xml/parser.h"
 #include "xml/recorder.h"
 #include "xml/reference_parser.h"
 

@@ -1,10 +1,10 @@
-#include "cfg/defaults.h"
+#include "ruvex/cfg/defaults.h"
 
-#include "cfg/decimal.h"
-#include "cfg/link.h"
-#include "cfg/member.h"
-#include "cfg/set_default.h"
-#include "cfg/tables.h"
+#include "link.h"
+#include "ruvex/cfg/decimal.h"
+#include "ruvex/cfg/member.h"
+#include "ruvex/cfg/tables.h"
+#include "set_default.h"
 
 namespace ruvex {
 namespace {

@@ -1,4 +1,4 @@
-#include "cfg/edit.h"
+#include "ruvex/cfg/edit.h"
 
 #include <cstdlib>
 #include <utility>

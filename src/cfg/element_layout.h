@@ -15,9 +15,9 @@
 #include <string_view>
 #include <utility>
 
-#include "cfg/block_out.h"
-#include "cfg/fields.h"
-#include "cfg/text.h"
+#include "ruvex/cfg/block_out.h"
+#include "ruvex/cfg/fields.h"
+#include "ruvex/cfg/text.h"
 
 namespace ruvex {
 

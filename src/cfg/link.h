@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "cfg/records.h"
+#include "ruvex/cfg/records.h"
 
 namespace ruvex {
 

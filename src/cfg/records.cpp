@@ -1,4 +1,4 @@
-#include "cfg/records.h"
+#include "ruvex/cfg/records.h"
 
 namespace ruvex {
 namespace {

@@ -3,8 +3,8 @@
 
 #include <string_view>
 
-#include "cfg/tables.h"
-#include "cfg/text.h"
+#include "ruvex/cfg/tables.h"
+#include "ruvex/cfg/text.h"
 
 namespace ruvex {
 

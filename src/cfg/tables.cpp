@@ -1,4 +1,4 @@
-#include "cfg/tables.h"
+#include "ruvex/cfg/tables.h"
 
 #include <cstddef>
 #include <string_view>

@@ -1,4 +1,4 @@
-#include "cfg/xml_reader.h"
+#include "ruvex/cfg/xml_reader.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -15,9 +15,9 @@
 #include <limits>
 #include <string_view>
 
-#include "cfg/doc_defaults.h"
-#include "cfg/fields.h"
-#include "xml/parser.h"
+#include "ruvex/cfg/doc_defaults.h"
+#include "ruvex/cfg/fields.h"
+#include "ruvex/xml/parser.h"
 
 namespace ruvex {
 

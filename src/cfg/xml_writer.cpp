@@ -1,10 +1,10 @@
-#include "cfg/xml_writer.h"
+#include "ruvex/cfg/xml_writer.h"
 
 #include <cstring>
 #include <memory>
 
-#include "cfg/element_layout.h"
-#include "cfg/tables.h"
+#include "element_layout.h"
+#include "ruvex/cfg/tables.h"
 
 namespace ruvex {
 

@@ -7,10 +7,6 @@ namespace ruvex {
 // later takes a stream's number and receives what is printed.
 void open_standard_streams() noexcept;
 
-// Prepares the heap for the mapping file `csv_path`: when the file is large, room for its records
-// is set aside in huge pages, where the system has them. It changes no result, only the time.
-void prepare_heap(const char* csv_path) noexcept;
-
 // Removes the file `path`, if there is one. Devices, FIFOs and sockets stay, and so does a link to
 // what the run has open as a standard stream (/dev/stdout).
 void remove_output(const char* path) noexcept;

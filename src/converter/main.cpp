@@ -2,12 +2,13 @@
 
 #include <cstdio>
 
+#include "app.h"
 #include "build_stamp.h"
-#include "cfg/xml_writer.h"
-#include "converter/app.h"
-#include "converter/mapping_reader.h"
-#include "converter/signals.h"
-#include "util/log.h"
+#include "ruvex/cfg/xml_writer.h"
+#include "ruvex/converter/mapping_reader.h"
+#include "ruvex/mapping/heap.h"
+#include "ruvex/util/log.h"
+#include "signals.h"
 
 namespace ruvex {
 namespace {

@@ -1,4 +1,4 @@
-#include "converter/mapping_reader.h"
+#include "ruvex/converter/mapping_reader.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -7,12 +7,12 @@
 #include <cinttypes>
 #include <utility>
 
-#include "converter/line_reader.h"
-#include "converter/mapping_rules.h"
-#include "converter/point_reader.h"
-#include "converter/signals.h"
-#include "converter/unit_index.h"
-#include "util/log.h"
+#include "ruvex/mapping/line_reader.h"
+#include "ruvex/mapping/point_reader.h"
+#include "ruvex/mapping/rules.h"
+#include "ruvex/mapping/unit_index.h"
+#include "ruvex/util/log.h"
+#include "signals.h"
 
 namespace ruvex {
 

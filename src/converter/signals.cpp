@@ -1,8 +1,8 @@
-#include "converter/signals.h"
+#include "signals.h"
 
 #include <csignal>
 
-#include "util/log.h"
+#include "ruvex/util/log.h"
 
 namespace ruvex {
 

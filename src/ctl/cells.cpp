@@ -1,9 +1,9 @@
-#include "ctl/cells.h"
+#include "cells.h"
 
 #include <algorithm>
 #include <utility>
 
-#include "ctl/utf_8.h"
+#include "utf_8.h"
 
 namespace ruvex {
 namespace {

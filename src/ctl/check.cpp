@@ -4,13 +4,13 @@
 #include <climits>
 #include <cstdio>
 
-#include "converter/app.h"
-#include "ctl/command.h"
-#include "ctl/examine_lines.h"
-#include "ctl/findings.h"
-#include "ctl/input.h"
-#include "ctl/mapping_check.h"
-#include "ctl/texts.h"
+#include "command.h"
+#include "examine_lines.h"
+#include "findings.h"
+#include "input.h"
+#include "mapping_check.h"
+#include "ruvex/mapping/heap.h"
+#include "texts.h"
 
 namespace ruvex {
 namespace {

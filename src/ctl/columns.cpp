@@ -1,8 +1,8 @@
-#include "ctl/columns.h"
+#include "columns.h"
 
 #include <algorithm>
 
-#include "ctl/command.h"
+#include "command.h"
 
 namespace ruvex {
 

@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
-#include "converter/mapping_rules.h"
-#include "ctl/cells.h"
+#include "cells.h"
+#include "ruvex/mapping/rules.h"
 
 namespace ruvex {
 

@@ -1,4 +1,4 @@
-#include "ctl/command.h"
+#include "command.h"
 
 #include <cerrno>
 #include <charconv>

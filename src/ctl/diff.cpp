@@ -8,15 +8,15 @@
 #include <string_view>
 #include <vector>
 
-#include "cfg/block_out.h"
-#include "cfg/decimal.h"
-#include "cfg/fields.h"
-#include "converter/mapping_rules.h"
-#include "ctl/command.h"
-#include "ctl/json.h"
-#include "ctl/load.h"
-#include "ctl/point_view.h"
-#include "ctl/printable.h"
+#include "command.h"
+#include "json.h"
+#include "load.h"
+#include "point_view.h"
+#include "printable.h"
+#include "ruvex/cfg/block_out.h"
+#include "ruvex/cfg/decimal.h"
+#include "ruvex/cfg/fields.h"
+#include "ruvex/mapping/rules.h"
 
 namespace ruvex {
 namespace {

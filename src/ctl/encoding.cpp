@@ -1,4 +1,4 @@
-#include "ctl/encoding.h"
+#include "encoding.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -6,7 +6,7 @@
 #include <string_view>
 #include <utility>
 
-#include "ctl/utf_8.h"
+#include "utf_8.h"
 
 namespace ruvex {
 namespace {

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "ctl/cells.h"
+#include "cells.h"
 
 namespace ruvex {
 

@@ -6,11 +6,11 @@
 #include <string_view>
 #include <vector>
 
-#include "converter/line_reader.h"
-#include "converter/mapping_rules.h"
-#include "ctl/command.h"
-#include "ctl/findings.h"
-#include "ctl/progress.h"
+#include "command.h"
+#include "findings.h"
+#include "progress.h"
+#include "ruvex/mapping/line_reader.h"
+#include "ruvex/mapping/rules.h"
 
 namespace ruvex {
 

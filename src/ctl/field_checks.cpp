@@ -1,4 +1,4 @@
-#include "ctl/field_checks.h"
+#include "field_checks.h"
 
 #include <arpa/inet.h>
 
@@ -6,11 +6,11 @@
 #include <string>
 #include <vector>
 
-#include "cfg/tables.h"
-#include "ctl/known_texts.h"
-#include "ctl/reference_checks.h"
-#include "ctl/texts.h"
-#include "ctl/xml_text.h"
+#include "known_texts.h"
+#include "reference_checks.h"
+#include "ruvex/cfg/tables.h"
+#include "texts.h"
+#include "xml_text.h"
 
 namespace ruvex {
 namespace {

@@ -4,7 +4,7 @@
 #include <array>
 #include <string_view>
 
-#include "converter/mapping_rules.h"
+#include "ruvex/mapping/rules.h"
 
 namespace ruvex {
 

@@ -1,4 +1,4 @@
-#include "ctl/findings.h"
+#include "findings.h"
 
 #include <unistd.h>
 
@@ -6,10 +6,10 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "ctl/field_names.h"
-#include "ctl/json.h"
-#include "ctl/printable.h"
-#include "ctl/texts.h"
+#include "field_names.h"
+#include "json.h"
+#include "printable.h"
+#include "texts.h"
 
 namespace ruvex {
 namespace {

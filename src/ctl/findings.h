@@ -7,8 +7,8 @@
 #include <string>
 #include <string_view>
 
-#include "converter/mapping_rules.h"
-#include "ctl/rules.h"
+#include "rules.h"
+#include "ruvex/mapping/rules.h"
 
 namespace ruvex {
 

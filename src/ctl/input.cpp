@@ -1,4 +1,4 @@
-#include "ctl/input.h"
+#include "input.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "ctl/command.h"
+#include "command.h"
 
 namespace ruvex {
 namespace {

@@ -1,8 +1,8 @@
-#include "ctl/json.h"
+#include "json.h"
 
 #include <cstddef>
 
-#include "ctl/printable.h"
+#include "printable.h"
 
 namespace ruvex {
 namespace {

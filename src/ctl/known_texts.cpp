@@ -1,8 +1,8 @@
-#include "ctl/known_texts.h"
+#include "known_texts.h"
 
-#include "cfg/tables.h"
-#include "converter/mapping_rules.h"
-#include "ctl/nearest.h"
+#include "nearest.h"
+#include "ruvex/cfg/tables.h"
+#include "ruvex/mapping/rules.h"
 
 namespace ruvex {
 namespace {

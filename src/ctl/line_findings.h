@@ -7,9 +7,9 @@
 #include <string_view>
 #include <vector>
 
-#include "converter/mapping_rules.h"
-#include "converter/point_reader.h"
-#include "ctl/findings.h"
+#include "findings.h"
+#include "ruvex/mapping/point_reader.h"
+#include "ruvex/mapping/rules.h"
 
 namespace ruvex {
 

@@ -1,12 +1,12 @@
-#include "ctl/line_form.h"
+#include "line_form.h"
 
 #include <algorithm>
 #include <vector>
 
-#include "ctl/cells.h"
-#include "ctl/field_names.h"
-#include "ctl/texts.h"
-#include "ctl/utf_8.h"
+#include "cells.h"
+#include "field_names.h"
+#include "texts.h"
+#include "utf_8.h"
 
 namespace ruvex {
 namespace {

@@ -4,7 +4,7 @@
 
 #include <cstddef>
 
-#include "ctl/line_findings.h"
+#include "line_findings.h"
 
 namespace ruvex {
 

@@ -1,16 +1,16 @@
-#include "ctl/load.h"
+#include "load.h"
 
 #include <limits>
 #include <string>
 #include <string_view>
 #include <utility>
 
-#include "cfg/xml_reader.h"
-#include "ctl/command.h"
-#include "ctl/input.h"
-#include "ctl/load_mapping.h"
-#include "ctl/utf_8.h"
-#include "xml/parser.h"
+#include "command.h"
+#include "input.h"
+#include "load_mapping.h"
+#include "ruvex/cfg/xml_reader.h"
+#include "ruvex/xml/parser.h"
+#include "utf_8.h"
 
 namespace ruvex {
 namespace {

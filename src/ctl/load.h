@@ -3,7 +3,7 @@
 
 #include <optional>
 
-#include "cfg/edit.h"
+#include "ruvex/cfg/edit.h"
 
 namespace ruvex {
 

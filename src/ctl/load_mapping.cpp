@@ -1,4 +1,4 @@
-#include "ctl/load_mapping.h"
+#include "load_mapping.h"
 
 #include <sys/mman.h>
 #include <unistd.h>
@@ -9,15 +9,15 @@
 #include <utility>
 #include <vector>
 
-#include "converter/app.h"
-#include "converter/line_reader.h"
-#include "converter/mapping_rules.h"
-#include "converter/point_reader.h"
-#include "converter/unit_index.h"
-#include "ctl/command.h"
-#include "ctl/examine_lines.h"
-#include "ctl/findings.h"
-#include "ctl/refusal_findings.h"
+#include "command.h"
+#include "examine_lines.h"
+#include "findings.h"
+#include "refusal_findings.h"
+#include "ruvex/mapping/heap.h"
+#include "ruvex/mapping/line_reader.h"
+#include "ruvex/mapping/point_reader.h"
+#include "ruvex/mapping/rules.h"
+#include "ruvex/mapping/unit_index.h"
 
 namespace ruvex {
 namespace {

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <new>
 
-#include "ctl/command.h"
+#include "command.h"
 
 namespace ruvex {
 namespace {

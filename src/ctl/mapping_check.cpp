@@ -1,11 +1,11 @@
-#include "ctl/mapping_check.h"
+#include "mapping_check.h"
 
 #include <algorithm>
 
-#include "ctl/field_checks.h"
-#include "ctl/line_form.h"
-#include "ctl/reference_checks.h"
-#include "ctl/texts.h"
+#include "field_checks.h"
+#include "line_form.h"
+#include "reference_checks.h"
+#include "texts.h"
 
 namespace ruvex {
 

@@ -5,14 +5,14 @@
 #include <string_view>
 #include <vector>
 
-#include "cfg/edit.h"
-#include "converter/line_reader.h"
-#include "converter/point_reader.h"
-#include "converter/unit_index.h"
-#include "ctl/findings.h"
-#include "ctl/line_findings.h"
-#include "ctl/refusal_findings.h"
-#include "ctl/repeats.h"
+#include "findings.h"
+#include "line_findings.h"
+#include "refusal_findings.h"
+#include "repeats.h"
+#include "ruvex/cfg/edit.h"
+#include "ruvex/mapping/line_reader.h"
+#include "ruvex/mapping/point_reader.h"
+#include "ruvex/mapping/unit_index.h"
 
 namespace ruvex {
 

@@ -1,4 +1,4 @@
-#include "ctl/nearest.h"
+#include "nearest.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
-#include "ctl/point_view.h"
+#include "point_view.h"
 
-#include "cfg/tables.h"
-#include "ctl/register_place.h"
+#include "ruvex/cfg/tables.h"
+#include "ruvex/mapping/register_place.h"
 
 namespace ruvex {
 

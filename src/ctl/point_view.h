@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "cfg/records.h"
+#include "ruvex/cfg/records.h"
 
 namespace ruvex {
 

@@ -1,6 +1,6 @@
-#include "ctl/printable.h"
+#include "printable.h"
 
-#include "ctl/utf_8.h"
+#include "utf_8.h"
 
 namespace ruvex {
 

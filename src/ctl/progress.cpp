@@ -1,4 +1,4 @@
-#include "ctl/progress.h"
+#include "progress.h"
 
 #include <unistd.h>
 

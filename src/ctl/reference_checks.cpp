@@ -1,7 +1,7 @@
-#include "ctl/reference_checks.h"
+#include "reference_checks.h"
 
-#include "ctl/register_place.h"
-#include "ctl/texts.h"
+#include "ruvex/mapping/register_place.h"
+#include "texts.h"
 
 namespace ruvex {
 namespace {

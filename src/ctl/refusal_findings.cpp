@@ -1,11 +1,11 @@
-#include "ctl/refusal_findings.h"
+#include "refusal_findings.h"
 
 #include <cstdlib>
 #include <new>
 
-#include "cfg/records.h"
-#include "ctl/reference_checks.h"
-#include "ctl/texts.h"
+#include "reference_checks.h"
+#include "ruvex/cfg/records.h"
+#include "texts.h"
 
 namespace ruvex {
 

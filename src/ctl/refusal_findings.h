@@ -3,9 +3,9 @@
 
 #include <cstddef>
 
-#include "converter/line_reader.h"
-#include "converter/point_reader.h"
-#include "ctl/line_findings.h"
+#include "line_findings.h"
+#include "ruvex/mapping/line_reader.h"
+#include "ruvex/mapping/point_reader.h"
 
 namespace ruvex {
 

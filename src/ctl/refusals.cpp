@@ -1,4 +1,4 @@
-#include "ctl/refusals.h"
+#include "refusals.h"
 
 #include <cstdarg>
 #include <cstdio>

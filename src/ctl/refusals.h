@@ -3,8 +3,8 @@
 
 #include <cstddef>
 
-#include "ctl/cells.h"
-#include "ctl/progress.h"
+#include "cells.h"
+#include "progress.h"
 
 namespace ruvex {
 

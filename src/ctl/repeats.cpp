@@ -1,10 +1,10 @@
-#include "ctl/repeats.h"
+#include "repeats.h"
 
 #include <bit>
 
-#include "cfg/tables.h"
-#include "ctl/register_place.h"
-#include "ctl/texts.h"
+#include "ruvex/cfg/tables.h"
+#include "ruvex/mapping/register_place.h"
+#include "texts.h"
 
 namespace ruvex {
 namespace {

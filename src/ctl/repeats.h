@@ -5,8 +5,8 @@
 #include <string_view>
 #include <unordered_map>
 
-#include "ctl/line_findings.h"
-#include "ctl/number_table.h"
+#include "line_findings.h"
+#include "number_table.h"
 
 namespace ruvex {
 

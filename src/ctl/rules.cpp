@@ -1,4 +1,4 @@
-#include "ctl/rules.h"
+#include "rules.h"
 
 #include <array>
 #include <cstdio>

@@ -1,4 +1,4 @@
-#include "ctl/sheet.h"
+#include "sheet.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -7,12 +7,12 @@
 #include <utility>
 #include <vector>
 
-#include "ctl/cells.h"
-#include "ctl/command.h"
-#include "ctl/progress.h"
-#include "ctl/refusals.h"
-#include "ctl/strict_form.h"
-#include "ctl/texts.h"
+#include "cells.h"
+#include "command.h"
+#include "progress.h"
+#include "refusals.h"
+#include "strict_form.h"
+#include "texts.h"
 
 namespace ruvex {
 namespace {

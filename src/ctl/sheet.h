@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "ctl/columns.h"
+#include "columns.h"
 
 namespace ruvex {
 

@@ -4,14 +4,14 @@
 #include <string>
 #include <string_view>
 
-#include "cfg/block_out.h"
-#include "cfg/decimal.h"
-#include "cfg/member.h"
-#include "ctl/command.h"
-#include "ctl/json.h"
-#include "ctl/load.h"
-#include "ctl/point_view.h"
-#include "ctl/printable.h"
+#include "command.h"
+#include "json.h"
+#include "load.h"
+#include "point_view.h"
+#include "printable.h"
+#include "ruvex/cfg/block_out.h"
+#include "ruvex/cfg/decimal.h"
+#include "ruvex/cfg/member.h"
 
 namespace ruvex {
 namespace {

@@ -1,13 +1,13 @@
-#include "ctl/strict_form.h"
+#include "strict_form.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <iterator>
 
-#include "converter/point_reader.h"
-#include "ctl/field_names.h"
-#include "ctl/printable.h"
-#include "ctl/texts.h"
+#include "field_names.h"
+#include "printable.h"
+#include "ruvex/mapping/point_reader.h"
+#include "texts.h"
 
 namespace ruvex {
 namespace {

@@ -6,10 +6,10 @@
 #include <string>
 #include <string_view>
 
-#include "cfg/records.h"
-#include "converter/mapping_rules.h"
-#include "ctl/columns.h"
-#include "ctl/refusals.h"
+#include "columns.h"
+#include "refusals.h"
+#include "ruvex/cfg/records.h"
+#include "ruvex/mapping/rules.h"
 
 namespace ruvex {
 

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <system_error>
 
-#include "cfg/decimal.h"
+#include "ruvex/cfg/decimal.h"
 
 namespace ruvex {
 
@@ -37,23 +37,11 @@ std::string message(const Parts&... parts) {
   return out;
 }
 
-inline bool is_digit(char character) noexcept {
-  return character >= '0' && character <= '9';
-}
-
 inline bool has_digit(std::string_view text) noexcept {
   for (const char character : text) {
     if (is_digit(character)) return true;
   }
   return false;
-}
-
-// Whether a text is one digit or more, and nothing else.
-inline bool is_digits(std::string_view text) noexcept {
-  for (const char character : text) {
-    if (!is_digit(character)) return false;
-  }
-  return !text.empty();
 }
 
 // Whether a text is a whole number from `lowest` to `highest`, without a sign.

@@ -4,11 +4,11 @@
 #include <string_view>
 #include <utility>
 
-#include "ctl/command.h"
-#include "ctl/encoding.h"
-#include "ctl/input.h"
-#include "ctl/refusals.h"
-#include "ctl/sheet.h"
+#include "command.h"
+#include "encoding.h"
+#include "input.h"
+#include "refusals.h"
+#include "sheet.h"
 
 namespace ruvex {
 namespace {

@@ -1,4 +1,4 @@
-#include "ctl/utf_8.h"
+#include "utf_8.h"
 
 namespace ruvex {
 namespace {

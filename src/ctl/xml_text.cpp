@@ -1,8 +1,8 @@
-#include "ctl/xml_text.h"
+#include "xml_text.h"
 
 #include <array>
 
-#include "ctl/utf_8.h"
+#include "utf_8.h"
 
 namespace ruvex {
 namespace {

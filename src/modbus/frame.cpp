@@ -1,8 +1,8 @@
-#include "modbus/frame.h"
+#include "ruvex/modbus/frame.h"
 
 #include <iterator>
 
-#include "modbus/framing.h"
+#include "framing.h"
 
 namespace ruvex {
 namespace {

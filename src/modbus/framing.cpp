@@ -1,10 +1,10 @@
-#include "modbus/framing.h"
+#include "framing.h"
 
 #include <algorithm>
 #include <cstring>
 #include <iterator>
 
-#include "modbus/crc16.h"
+#include "crc16.h"
 
 namespace ruvex {
 namespace {

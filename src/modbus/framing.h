@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "modbus/context.h"
-#include "modbus/cursor.h"
+#include "cursor.h"
+#include "ruvex/modbus/context.h"
 
 namespace ruvex {
 

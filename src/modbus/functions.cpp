@@ -1,7 +1,7 @@
-#include "modbus/functions.h"
+#include "functions.h"
 
-#include "modbus/context.h"
-#include "modbus/framing.h"
+#include "framing.h"
+#include "ruvex/modbus/context.h"
 
 namespace ruvex {
 namespace {

@@ -8,9 +8,9 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "modbus/frame.h"
-#include "modbus/message.h"
-#include "modbus/payload.h"
+#include "payload.h"
+#include "ruvex/modbus/frame.h"
+#include "ruvex/modbus/message.h"
 
 namespace ruvex {
 

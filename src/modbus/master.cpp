@@ -1,9 +1,9 @@
-#include "modbus/master.h"
+#include "ruvex/modbus/master.h"
 
 #include <algorithm>
 
-#include "modbus/cursor.h"
-#include "modbus/functions.h"
+#include "cursor.h"
+#include "functions.h"
 
 namespace ruvex {
 namespace {

@@ -1,4 +1,4 @@
-#include "modbus/payload.h"
+#include "payload.h"
 
 #include <cstddef>
 #include <cstring>

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "modbus/cursor.h"
+#include "cursor.h"
 
 namespace ruvex {
 

@@ -1,6 +1,6 @@
-#include "modbus/request.h"
+#include "ruvex/modbus/request.h"
 
-#include "modbus/frame.h"
+#include "ruvex/modbus/frame.h"
 
 namespace ruvex {
 

@@ -1,9 +1,9 @@
-#include "modbus/slave.h"
+#include "ruvex/modbus/slave.h"
 
 #include <algorithm>
 
-#include "modbus/cursor.h"
-#include "modbus/functions.h"
+#include "cursor.h"
+#include "functions.h"
 
 namespace ruvex {
 namespace {

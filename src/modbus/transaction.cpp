@@ -1,10 +1,10 @@
-#include "modbus/transaction.h"
+#include "ruvex/modbus/transaction.h"
 
-#include "modbus/frame.h"
-#include "modbus/functions.h"
-#include "modbus/master.h"
-#include "modbus/slave.h"
-#include "util/log.h"
+#include "functions.h"
+#include "ruvex/modbus/frame.h"
+#include "ruvex/modbus/master.h"
+#include "ruvex/modbus/slave.h"
+#include "ruvex/util/log.h"
 
 namespace ruvex {
 namespace {

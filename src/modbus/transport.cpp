@@ -1,4 +1,4 @@
-#include "modbus/transport.h"
+#include "ruvex/modbus/transport.h"
 
 #include <sys/socket.h>
 

@@ -1,4 +1,4 @@
-#include "serial/serial.h"
+#include "ruvex/serial/serial.h"
 
 #include <fcntl.h>
 #include <sys/select.h>

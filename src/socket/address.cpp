@@ -1,4 +1,4 @@
-#include "socket/address.h"
+#include "ruvex/socket/address.h"
 
 #include <arpa/inet.h>
 #include <net/if.h>
@@ -10,7 +10,7 @@
 #include <cstring>
 #include <iterator>
 
-#include "socket/steps.h"
+#include "steps.h"
 
 namespace ruvex {
 namespace {

@@ -1,4 +1,4 @@
-#include "socket/bind.h"
+#include "ruvex/socket/bind.h"
 
 #include <arpa/inet.h>
 #include <unistd.h>
@@ -6,8 +6,8 @@
 #include <cerrno>
 #include <cstdlib>
 
-#include "socket/options.h"
-#include "socket/steps.h"
+#include "ruvex/socket/options.h"
+#include "steps.h"
 
 namespace ruvex {
 namespace {

@@ -1,4 +1,4 @@
-#include "socket/connect.h"
+#include "ruvex/socket/connect.h"
 
 #include <fcntl.h>
 #include <netdb.h>
@@ -9,7 +9,7 @@
 #include <cstring>
 #include <utility>
 
-#include "socket/steps.h"
+#include "steps.h"
 
 namespace ruvex {
 namespace {

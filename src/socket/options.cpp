@@ -1,10 +1,10 @@
-#include "socket/options.h"
+#include "ruvex/socket/options.h"
 
 #include <net/if.h>
 #include <netinet/tcp.h>
 #include <sys/ioctl.h>
 
-#include "socket/steps.h"
+#include "steps.h"
 
 namespace ruvex {
 namespace {

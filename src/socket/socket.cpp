@@ -1,4 +1,4 @@
-#include "socket/socket.h"
+#include "ruvex/socket/socket.h"
 
 #include <net/if.h>
 #include <sys/ioctl.h>
@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <utility>
 
-#include "socket/steps.h"
+#include "steps.h"
 
 namespace ruvex {
 namespace {

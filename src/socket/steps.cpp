@@ -1,4 +1,4 @@
-#include "socket/steps.h"
+#include "steps.h"
 
 #include <fcntl.h>
 
@@ -7,7 +7,7 @@
 #include <cstring>
 #include <new>
 
-#include "socket/address.h"
+#include "ruvex/socket/address.h"
 
 namespace ruvex {
 namespace {

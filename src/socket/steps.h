@@ -6,7 +6,7 @@
 
 #include <cstddef>
 
-#include "socket/socket.h"
+#include "ruvex/socket/socket.h"
 
 namespace ruvex {
 

@@ -1,4 +1,4 @@
-#include "socket/transfer.h"
+#include "ruvex/socket/transfer.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -6,7 +6,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "socket/steps.h"
+#include "steps.h"
 
 namespace ruvex {
 namespace {

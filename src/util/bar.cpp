@@ -1,9 +1,9 @@
-#include "util/bar.h"
+#include "ruvex/util/bar.h"
 
 #include <cstddef>
 #include <cstdlib>
 
-#include "util/block.h"
+#include "block.h"
 
 namespace ruvex {
 

@@ -1,4 +1,4 @@
-#include "util/base64.h"
+#include "ruvex/util/base64.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,4 +1,4 @@
-#include "util/buf.h"
+#include "ruvex/util/buf.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,4 +1,4 @@
-#include "util/log.h"
+#include "ruvex/util/log.h"
 
 #include <syslog.h>
 

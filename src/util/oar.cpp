@@ -1,10 +1,10 @@
-#include "util/oar.h"
+#include "ruvex/util/oar.h"
 
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
 
-#include "util/block.h"
+#include "block.h"
 
 namespace ruvex {
 namespace {

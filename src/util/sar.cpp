@@ -1,10 +1,10 @@
-#include "util/sar.h"
+#include "ruvex/util/sar.h"
 
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
 
-#include "util/block.h"
+#include "block.h"
 
 namespace ruvex {
 namespace {

@@ -1,4 +1,4 @@
-#include "util/shared_memory.h"
+#include "ruvex/util/shared_memory.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -1,10 +1,10 @@
-#include "util/str.h"
+#include "ruvex/util/str.h"
 
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
 
-#include "util/block.h"
+#include "block.h"
 
 namespace ruvex {
 namespace {

@@ -1,9 +1,9 @@
-#include "util/vec.h"
+#include "ruvex/util/vec.h"
 
 #include <cstddef>
 #include <cstdlib>
 
-#include "util/block.h"
+#include "block.h"
 
 namespace ruvex {
 namespace {

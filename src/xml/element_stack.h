@@ -7,7 +7,7 @@
 #include <cstring>
 #include <string_view>
 
-#include "xml/parser_record.h"
+#include "ruvex/xml/parser_record.h"
 
 namespace ruvex {
 

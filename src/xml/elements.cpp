@@ -1,11 +1,11 @@
-#include "xml/elements.h"
+#include "elements.h"
 
 #include <string_view>
 
-#include "xml/element_stack.h"
-#include "xml/parser.h"
-#include "xml/scan.h"
-#include "xml/tokenizer.h"
+#include "element_stack.h"
+#include "ruvex/xml/parser.h"
+#include "ruvex/xml/tokenizer.h"
+#include "scan.h"
 
 namespace ruvex {
 namespace {

@@ -1,7 +1,7 @@
 // Tokens become events: the document and its elements, with their handlers.
 #pragma once
 
-#include "xml/parser_record.h"
+#include "ruvex/xml/parser_record.h"
 
 namespace ruvex {
 

@@ -1,9 +1,9 @@
-#include "xml/parser.h"
+#include "ruvex/xml/parser.h"
 
 #include <cstdlib>
 
-#include "xml/elements.h"
-#include "xml/tokenizer.h"
+#include "elements.h"
+#include "ruvex/xml/tokenizer.h"
 
 namespace ruvex {
 namespace {

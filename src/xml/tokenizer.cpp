@@ -1,4 +1,4 @@
-#include "xml/tokenizer.h"
+#include "ruvex/xml/tokenizer.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -6,7 +6,7 @@
 #include <limits>
 #include <string_view>
 
-#include "xml/scan.h"
+#include "scan.h"
 
 namespace ruvex {
 namespace {

@@ -1,4 +1,4 @@
-#include "xml/value_buffer.h"
+#include "ruvex/xml/value_buffer.h"
 
 #include <algorithm>
 #include <cstdlib>

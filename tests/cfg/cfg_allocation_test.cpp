@@ -4,10 +4,10 @@
 #include <memory>
 #include <string>
 
-#include "cfg/doc_defaults.h"
 #include "cfg/document_text.h"
-#include "cfg/edit.h"
-#include "cfg/xml_reader.h"
+#include "ruvex/cfg/doc_defaults.h"
+#include "ruvex/cfg/edit.h"
+#include "ruvex/cfg/xml_reader.h"
 #include "support/failing_allocations.h"
 #include "support/temporary_file.h"
 

@@ -1,4 +1,4 @@
-#include "cfg/defaults.h"
+#include "ruvex/cfg/defaults.h"
 
 #include <gtest/gtest.h>
 
@@ -7,8 +7,8 @@
 #include <string>
 #include <string_view>
 
-#include "cfg/doc_defaults.h"
 #include "cfg/document_text.h"
+#include "ruvex/cfg/doc_defaults.h"
 
 namespace ruvex {
 namespace {

@@ -4,8 +4,8 @@
 #include <array>
 #include <string>
 
-#include "cfg/doc_defaults.h"
-#include "cfg/fields.h"
+#include "ruvex/cfg/doc_defaults.h"
+#include "ruvex/cfg/fields.h"
 
 namespace ruvex {
 

@@ -1,4 +1,4 @@
-#include "cfg/edit.h"
+#include "ruvex/cfg/edit.h"
 
 #include <gtest/gtest.h>
 
@@ -10,8 +10,8 @@
 #include <utility>
 #include <vector>
 
-#include "cfg/defaults.h"
 #include "cfg/document_text.h"
+#include "ruvex/cfg/defaults.h"
 
 namespace ruvex {
 namespace {

@@ -1,8 +1,8 @@
-#include "cfg/tables.h"
+#include "ruvex/cfg/tables.h"
 
 #include <gtest/gtest.h>
 
-#include "cfg/tags.h"
+#include "ruvex/cfg/tags.h"
 
 namespace ruvex {
 namespace {

@@ -1,11 +1,11 @@
-#include "cfg/text.h"
+#include "ruvex/cfg/text.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <string>
 
-#include "cfg/decimal.h"
+#include "ruvex/cfg/decimal.h"
 
 namespace ruvex {
 namespace {

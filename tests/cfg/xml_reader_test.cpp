@@ -1,4 +1,4 @@
-#include "cfg/xml_reader.h"
+#include "ruvex/cfg/xml_reader.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -10,7 +10,7 @@
 #include <thread>
 
 #include "cfg/document_text.h"
-#include "cfg/xml_writer.h"
+#include "ruvex/cfg/xml_writer.h"
 #include "support/temporary_file.h"
 
 namespace ruvex {

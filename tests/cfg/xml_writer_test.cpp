@@ -1,4 +1,4 @@
-#include "cfg/xml_writer.h"
+#include "ruvex/cfg/xml_writer.h"
 
 #include <gtest/gtest.h>
 
@@ -9,11 +9,11 @@
 #include <string>
 #include <string_view>
 
-#include "cfg/defaults.h"
-#include "cfg/doc_defaults.h"
-#include "cfg/edit.h"
-#include "cfg/fields.h"
-#include "cfg/xml_reader.h"
+#include "ruvex/cfg/defaults.h"
+#include "ruvex/cfg/doc_defaults.h"
+#include "ruvex/cfg/edit.h"
+#include "ruvex/cfg/fields.h"
+#include "ruvex/cfg/xml_reader.h"
 #include "support/temporary_file.h"
 
 namespace ruvex {

@@ -3,10 +3,10 @@
 #include <string>
 #include <vector>
 
-#include "cfg/xml_writer.h"
-#include "converter/mapping_reader.h"
 #include "converter/unit_list.h"
 #include "gmock/gmock.h"
+#include "ruvex/cfg/xml_writer.h"
+#include "ruvex/converter/mapping_reader.h"
 #include "support/failing_allocations.h"
 
 namespace ruvex {

@@ -1,4 +1,4 @@
-#include "converter/mapping_reader.h"
+#include "ruvex/converter/mapping_reader.h"
 
 #include <utility>
 #include <vector>

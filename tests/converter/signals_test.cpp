@@ -1,11 +1,11 @@
-#include "converter/signals.h"
+#include "signals.h"
 
 #include <csignal>
 #include <string>
 
-#include "converter/app.h"
-#include "converter/mapping_reader.h"
+#include "app.h"
 #include "converter/unit_list.h"
+#include "ruvex/converter/mapping_reader.h"
 
 namespace ruvex {
 namespace {

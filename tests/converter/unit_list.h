@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "cfg/records.h"
+#include "ruvex/cfg/records.h"
 #include "support/temporary_file.h"
 
 namespace ruvex {

@@ -9,9 +9,9 @@
 #include <string_view>
 #include <vector>
 
-#include "modbus/context.h"
-#include "modbus/cursor.h"
-#include "modbus/message.h"
+#include "cursor.h"
+#include "ruvex/modbus/context.h"
+#include "ruvex/modbus/message.h"
 
 namespace ruvex {
 

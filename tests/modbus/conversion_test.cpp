@@ -4,9 +4,9 @@
 #include <random>
 
 #include "modbus/bytes.h"
-#include "modbus/frame.h"
-#include "modbus/master.h"
-#include "modbus/slave.h"
+#include "ruvex/modbus/frame.h"
+#include "ruvex/modbus/master.h"
+#include "ruvex/modbus/slave.h"
 
 namespace ruvex {
 namespace {

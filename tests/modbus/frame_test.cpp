@@ -1,12 +1,12 @@
-#include "modbus/frame.h"
+#include "ruvex/modbus/frame.h"
 
 #include <gtest/gtest.h>
 
 #include <memory>
 
+#include "crc16.h"
 #include "modbus/bytes.h"
-#include "modbus/crc16.h"
-#include "modbus/request.h"
+#include "ruvex/modbus/request.h"
 
 namespace ruvex {
 namespace {

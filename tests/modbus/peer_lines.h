@@ -21,8 +21,8 @@
 #include <thread>
 
 #include "modbus/bytes.h"
-#include "modbus/frame.h"
-#include "modbus/transport.h"
+#include "ruvex/modbus/frame.h"
+#include "ruvex/modbus/transport.h"
 
 namespace ruvex {
 

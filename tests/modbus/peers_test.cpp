@@ -9,13 +9,13 @@
 #include <string>
 
 #include "modbus/bytes.h"
-#include "modbus/frame.h"
-#include "modbus/master.h"
 #include "modbus/peer_lines.h"
-#include "modbus/request.h"
-#include "modbus/slave.h"
-#include "modbus/transaction.h"
-#include "modbus/transport.h"
+#include "ruvex/modbus/frame.h"
+#include "ruvex/modbus/master.h"
+#include "ruvex/modbus/request.h"
+#include "ruvex/modbus/slave.h"
+#include "ruvex/modbus/transaction.h"
+#include "ruvex/modbus/transport.h"
 #include "support/temporary_file.h"
 #ifdef RUVEX_WITH_LIBMODBUS
 #include <modbus/modbus.h>

@@ -1,9 +1,9 @@
-#include "modbus/transaction.h"
+#include "ruvex/modbus/transaction.h"
 
 #include <gtest/gtest.h>
 
 #include "modbus/bytes.h"
-#include "modbus/frame.h"
+#include "ruvex/modbus/frame.h"
 
 namespace ruvex {
 namespace {

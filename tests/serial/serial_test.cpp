@@ -1,5 +1,5 @@
 // Ports on pseudo-terminals, which are linked at free device paths for as long as a test runs.
-#include "serial/serial.h"
+#include "ruvex/serial/serial.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

@@ -12,8 +12,8 @@
 #include <filesystem>
 #include <string>
 
-#include "socket/address.h"
-#include "socket/socket.h"
+#include "ruvex/socket/address.h"
+#include "ruvex/socket/socket.h"
 
 // System calls that tests wrap. On 32-bit systems they have other names, for times of 64 bits.
 #ifdef __arm__

@@ -1,4 +1,4 @@
-#include "socket/socket.h"
+#include "ruvex/socket/socket.h"
 
 #include <net/if.h>
 #include <netinet/tcp.h>
@@ -9,9 +9,9 @@
 #include <cstring>
 #include <functional>
 
-#include "socket/bind.h"
-#include "socket/connect.h"
-#include "socket/options.h"
+#include "ruvex/socket/bind.h"
+#include "ruvex/socket/connect.h"
+#include "ruvex/socket/options.h"
 #include "socket/socket_fixture.h"
 #include "support/failing_allocations.h"
 

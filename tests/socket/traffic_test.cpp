@@ -7,11 +7,11 @@
 #include <functional>
 #include <thread>
 
-#include "socket/bind.h"
-#include "socket/connect.h"
-#include "socket/options.h"
+#include "ruvex/socket/bind.h"
+#include "ruvex/socket/connect.h"
+#include "ruvex/socket/options.h"
+#include "ruvex/socket/transfer.h"
 #include "socket/socket_fixture.h"
-#include "socket/transfer.h"
 #include "support/temporary_file.h"
 
 namespace ruvex {

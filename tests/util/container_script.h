@@ -12,11 +12,11 @@
 #include <string_view>
 #include <vector>
 
-#include "util/buf.h"
-#include "util/oar.h"
-#include "util/sar.h"
-#include "util/str.h"
-#include "util/vec.h"
+#include "ruvex/util/buf.h"
+#include "ruvex/util/oar.h"
+#include "ruvex/util/sar.h"
+#include "ruvex/util/str.h"
+#include "ruvex/util/vec.h"
 
 namespace ruvex {
 

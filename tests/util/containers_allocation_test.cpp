@@ -5,12 +5,12 @@
 #include <functional>
 #include <string>
 
+#include "ruvex/util/base64.h"
+#include "ruvex/util/buf.h"
+#include "ruvex/util/oar.h"
+#include "ruvex/util/sar.h"
+#include "ruvex/util/vec.h"
 #include "support/failing_allocations.h"
-#include "util/base64.h"
-#include "util/buf.h"
-#include "util/oar.h"
-#include "util/sar.h"
-#include "util/vec.h"
 
 namespace ruvex {
 namespace {

@@ -7,7 +7,7 @@
 #include <random>
 #include <tuple>
 
-#include "util/bar.h"
+#include "ruvex/util/bar.h"
 #include "util/container_script.h"
 
 namespace ruvex {

@@ -1,4 +1,4 @@
-#include "util/semaphore_set.h"
+#include "ruvex/util/semaphore_set.h"
 
 #include <gtest/gtest.h>
 #include <sys/mman.h>

@@ -1,4 +1,4 @@
-#include "util/shared_memory.h"
+#include "ruvex/util/shared_memory.h"
 
 #include <gtest/gtest.h>
 #include <sched.h>

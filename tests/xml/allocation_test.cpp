@@ -4,8 +4,8 @@
 #include <string>
 
 #include "gmock/gmock.h"
+#include "ruvex/xml/parser.h"
 #include "support/failing_allocations.h"
-#include "xml/parser.h"
 
 namespace ruvex {
 namespace {

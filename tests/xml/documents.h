@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "xml/parser_record.h"
+#include "ruvex/xml/parser_record.h"
 
 namespace ruvex {
 

@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "gtest/gtest.h"
-#include "xml/parser.h"
+#include "ruvex/xml/parser.h"
 
 namespace ruvex {
 namespace {

@@ -1,4 +1,4 @@
-#include "xml/parser.h"
+#include "ruvex/xml/parser.h"
 
 #include <limits>
 #include <utility>

@@ -13,7 +13,7 @@
 #include <utility>
 #include <vector>
 
-#include "xml/parser.h"
+#include "ruvex/xml/parser.h"
 
 namespace ruvex {
 

@@ -1,4 +1,4 @@
-#include "xml/tokenizer.h"
+#include "ruvex/xml/tokenizer.h"
 
 #include <limits>
 #include <string>

@@ -1,0 +1,173 @@
+// What stands where in a configuration document: for each record one table of its elements and one
+// of its attributes, in document order. The writer walks these tables and the reader looks tags up
+// in them; nothing else names the settings of a document.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+#include "ruvex/cfg/member.h"
+#include "ruvex/cfg/records.h"
+#include "ruvex/cfg/tags.h"
+
+namespace ruvex {
+
+enum class field_use : std::uint8_t {
+  written,    // written and read
+  read_only,  // read where a document has it, never written
+  tcp_only,   // read; written for units of type "MODBUS_TCP"
+};
+
+template <class Record>
+struct field {
+  std::int32_t tag;
+  field_use use;
+  setting_view<Record> view;
+  setting_ref<Record> ref;
+};
+
+// One row: the tag and the member that holds its text.
+template <auto Member, class Record>
+consteval field<Record> make_field(std::string_view name, field_use use) {
+  return {tag(name), use, view_of<Member, Record>, ref_of<Member, Record>};
+}
+template <auto Member>
+consteval field<yax_cfg> doc_field(std::string_view name, field_use use = field_use::written) {
+  return make_field<Member, yax_cfg>(name, use);
+}
+template <auto Member>
+consteval field<unit_cfg> unit_field(std::string_view name, field_use use = field_use::written) {
+  return make_field<Member, unit_cfg>(name, use);
+}
+template <auto Member>
+consteval field<chn_cfg> chn_field(std::string_view name, field_use use = field_use::written) {
+  return make_field<Member, chn_cfg>(name, use);
+}
+
+// Attributes of the root element.
+inline constexpr std::array doc_attributes = {
+    doc_field<&yax_cfg::name>("name"),
+    doc_field<&yax_cfg::instance>("instance"),
+};
+
+// Elements of the root, before its units.
+inline constexpr std::array doc_elements = {
+    doc_field<&yax_cfg::cfg_version>("cfg_version", field_use::read_only),
+    doc_field<&yax_cfg::boot_protocol>("boot_protocol"),
+    doc_field<&yax_cfg::ip_addr>("ip_addr"),
+    doc_field<&yax_cfg::netmask>("netmask"),
+    doc_field<&yax_cfg::gateway>("gateway"),
+    doc_field<&yax_cfg::dns1>("dns1"),
+    doc_field<&yax_cfg::dns2>("dns2"),
+    doc_field<&yax_cfg::timezone>("timezone"),
+    doc_field<&yax_cfg::ntp_enable>("ntp_enable"),
+    doc_field<&yax_cfg::ntp_server>("ntp_server"),
+    doc_field<&yax_cfg::ntp_refresh>("ntp_refresh"),
+    doc_field<&yax_cfg::dst_enable>("dst_enable"),
+    doc_field<&yax_cfg::dst_on_mon>("dst_on_mon"),
+    doc_field<&yax_cfg::dst_on_dom>("dst_on_dom"),
+    doc_field<&yax_cfg::dst_on_hr>("dst_on_hr"),
+    doc_field<&yax_cfg::dst_off_mon>("dst_off_mon"),
+    doc_field<&yax_cfg::dst_off_dom>("dst_off_dom"),
+    doc_field<&yax_cfg::dst_off_hr>("dst_off_hr"),
+    doc_field<&yax_cfg::ofl_poll_delay>("ofl_poll_delay"),
+    doc_field<&yax_cfg::yax_poll_delay>("yax_poll_delay"),
+    doc_field<&yax_cfg::mcd_poll_delay>("mcd_poll_delay"),
+    doc_field<&yax_cfg::sys_read_delay>("sys_read_delay"),
+    doc_field<&yax_cfg::sys_read_max>("sys_read_max"),
+    doc_field<&yax_cfg::baudrate>("baudrate"),
+    doc_field<&yax_cfg::protocol>("protocol"),
+    doc_field<&yax_cfg::parity>("parity"),
+    doc_field<&yax_cfg::timeout>("timeout"),
+    doc_field<&yax_cfg::ifgap>("ifgap"),
+    doc_field<&yax_cfg::bac_udp_port>("bac_udp_port"),
+    doc_field<&yax_cfg::bac_bbmd_ip>("bac_bbmd_ip"),
+    doc_field<&yax_cfg::bac_ttl>("bac_ttl"),
+    doc_field<&yax_cfg::bac_rpm>("bac_rpm"),
+};
+
+// Attributes of a unit_cfg element.
+inline constexpr std::array unit_attributes = {
+    unit_field<&unit_cfg::name>("name"),
+    unit_field<&unit_cfg::type>("type"),
+    unit_field<&unit_cfg::instance>("instance", field_use::read_only),
+    unit_field<&unit_cfg::ip_address>("ip_address", field_use::tcp_only),
+    unit_field<&unit_cfg::address>("address"),
+    unit_field<&unit_cfg::poll_delay>("poll_delay"),
+};
+
+// Attributes of a chn_cfg element.
+inline constexpr std::array chn_attributes = {
+    chn_field<&chn_cfg::name>("name"),
+    chn_field<&chn_cfg::instance>("instance"),
+};
+
+// Elements of a chn_cfg element.
+inline constexpr std::array chn_elements = {
+    chn_field<&chn_cfg::chn_type>("chn_type"),
+    chn_field<&chn_cfg::bac_type>("bac_type"),
+    chn_field<&chn_cfg::bac_units>("bac_units"),
+    chn_field<&chn_cfg::bac_cov_inc>("bac_cov_pct", field_use::read_only),  // the older spelling
+    chn_field<&chn_cfg::bac_cov_inc>("bac_cov_inc"),
+    chn_field<&chn_cfg::bac_desc>("bac_desc"),
+    chn_field<&chn_cfg::scl_dev_lo>("scl_dev_lo"),
+    chn_field<&chn_cfg::scl_dev_hi>("scl_dev_hi"),
+    chn_field<&chn_cfg::scl_usr_lo>("scl_usr_lo"),
+    chn_field<&chn_cfg::scl_usr_hi>("scl_usr_hi"),
+    chn_field<&chn_cfg::inp_filter>("inp_filter"),
+    chn_field<&chn_cfg::inp_level_lo>("inp_level_lo"),
+    chn_field<&chn_cfg::inp_level_hi>("inp_level_hi"),
+    chn_field<&chn_cfg::pulse_period>("pulse_period"),
+    chn_field<&chn_cfg::temp_offset>("temp_offset"),
+    chn_field<&chn_cfg::temp_units>("temp_units"),
+    chn_field<&chn_cfg::reg_group_en>("reg_group_en"),
+    chn_field<&chn_cfg::reg_mask>("reg_mask"),
+    chn_field<&chn_cfg::reg_restart>("reg_restart"),
+    chn_field<&chn_cfg::reg_num>("reg_num"),
+    chn_field<&chn_cfg::reg_size>("reg_size"),
+    chn_field<&chn_cfg::reg_endian>("reg_endian"),
+    chn_field<&chn_cfg::reg_format>("reg_format"),
+    chn_field<&chn_cfg::reg_fcn>("reg_fcn"),
+    chn_field<&chn_cfg::initial_val>("initial_val"),
+    chn_field<&chn_cfg::alarm_lo>("alarm_lo"),
+    chn_field<&chn_cfg::alarm_hi>("alarm_hi"),
+    chn_field<&chn_cfg::hoa_switch>("hoa_switch"),
+    chn_field<&chn_cfg::override_val>("override_val"),
+    chn_field<&chn_cfg::limit_lo>("limit_lo"),
+    chn_field<&chn_cfg::limit_hi>("limit_hi"),
+    chn_field<&chn_cfg::persistent>("persistent"),
+};
+
+// The rows of a table with one of these uses, in the same order.
+template <const auto& Rows, field_use... Uses>
+consteval auto rows_used() {
+  constexpr auto is_used = [](const auto& row) { return ((row.use == Uses) || ...); };
+  constexpr auto count = static_cast<std::size_t>(std::count_if(Rows.begin(), Rows.end(), is_used));
+  std::array<typename std::decay_t<decltype(Rows)>::value_type, count> rows = {};
+  std::copy_if(Rows.begin(), Rows.end(), rows.begin(), is_used);
+  return rows;
+}
+
+inline constexpr auto written_doc_elements = rows_used<doc_elements, field_use::written>();
+inline constexpr auto written_chn_elements = rows_used<chn_elements, field_use::written>();
+
+static_assert(written_doc_elements.size() == 31 && written_chn_elements.size() == 31);
+
+// Every tag but the three structural ones names a setting of some record.
+static_assert([] {
+  std::array<bool, tag_count> named = {};
+  const auto mark = [&named](const auto& rows) {
+    for (const auto& row : rows) named[static_cast<std::size_t>(row.tag)] = true;
+  };
+  for (const auto structural : {tag("yax_cfg"), tag("unit_cfg"), tag("chn_cfg")}) {
+    named[static_cast<std::size_t>(structural)] = true;
+  }
+  mark(doc_attributes), mark(doc_elements), mark(unit_attributes);
+  mark(chn_attributes), mark(chn_elements);
+  return std::count(named.begin(), named.end(), true) == static_cast<std::ptrdiff_t>(tag_count);
+}());
+
+}  // namespace ruvex

@@ -1,0 +1,12 @@
+// Room for the records of a mapping file.
+#pragma once
+
+#include <cstdint>
+
+namespace ruvex {
+
+// Prepares the heap for the mapping file `path`: when the file is large, room for its records is
+// set aside in huge pages, where the system has them. It changes no result, only the time.
+void prepare_heap(const char* path) noexcept;
+
+}  // namespace ruvex

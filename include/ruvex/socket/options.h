@@ -1,0 +1,31 @@
+// Modes and options of a socket. Each gives 0, or -1 with perror and the label named.
+#pragma once
+
+#include "ruvex/socket/socket.h"
+
+namespace ruvex {
+
+// Non-blocking mode, on when `on` is not 0. fcntl( F_GETFL ), fcntl( F_SETFL , O_NONBLOCK ).
+int sktSetNonblocking(Socket* skt, int on) noexcept;
+
+// SO_BROADCAST, of datagram sockets; any other gets -1 and a message. getsockopt( SO_BROADCAST ),
+// setsockopt( SO_BROADCAST ).
+int sktSetBcast(Socket* skt, int on) noexcept;
+
+// Time-outs of receiving and sending in milliseconds; 0 leaves one as it is. A transfer that runs
+// out of time gives -2. setsockopt( SO_RCVTIMEO ), and then the other stays as it is;
+// setsockopt( SO_SNDTIMEO ).
+int sktSetTimeouts(Socket* skt, int rcv_ms, int snd_ms) noexcept;
+
+// SO_REUSEADDR, to the value given. setsockopt( SO_REUSEADDR ).
+int sktReuse(Socket* skt, int on) noexcept;
+
+// TCP_NODELAY, on when `on` is not 0. 0 in every case.
+int sktSetTcpNodelay(Socket* skt, int on) noexcept;
+
+// Promiscuous mode of the interface m_ife, on when `on` is not 0. It is the interface's, not the
+// socket's: it stays when the socket is closed. -1 and a message when m_ife is empty or has more
+// than 15 characters; Socket::SetPromiscuous():ioctl(SIOCGIFFLAGS), ...ioctl(SIOCSIFFLAGS).
+int sktSetPromiscuous(Socket* skt, int on) noexcept;
+
+}  // namespace ruvex

@@ -1,0 +1,106 @@
+#include "ruvex/mapping/rules.h"
+
+#include <algorithm>
+#include <memory>
+#include <random>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "gtest/gtest.h"
+
+namespace ruvex {
+namespace {
+
+using namespace std::string_view_literals;
+
+using cells = std::vector<std::pair<std::size_t, std::string>>;  // columns and texts
+
+cells split(std::string_view line) {
+  const mapping_line split = split_mapping_line(line);
+  cells found;
+  for (std::size_t field = 0; field < max_mapping_fields; ++field) {
+    const std::string_view text = split.fields[field];
+    if (field < split.count) found.emplace_back(text.data() - line.data(), text);
+    EXPECT_TRUE(field < split.count || text.empty()) << "field " << field;
+  }
+  return found;
+}
+
+// The same rules over std::string, which cannot overrun.
+cells split_plainly(const std::string& line) {
+  constexpr const char* separators = ",\"\r\n";
+  cells found;
+  std::size_t at = 0;
+  while (found.size() < 17 && (at = line.find_first_not_of(separators, at)) != line.npos) {
+    const std::size_t end = std::min(line.find_first_of(separators, at), line.size());
+    std::string text = line.substr(at, end - at);
+    if (!found.empty()) text.erase(text.find_last_not_of(' ') + 1);
+    found.emplace_back(at, text);
+    at = end;
+  }
+  return found;
+}
+
+TEST(SplitMappingLine, AgreesWithThePlainSplitterAndStaysInsideTheLine) {
+  constexpr std::string_view alphabet = ",,,\"\r\n  ab\0\xac"sv;
+  std::mt19937 random(20240501);
+  for (int round = 0; round < 20000; ++round) {
+    std::string line(random() % 120, ' ');
+    for (char& character : line) character = alphabet[random() % alphabet.size()];
+    const auto block = std::make_unique<char[]>(line.size());  // what is beyond it is poisoned
+    std::copy(line.begin(), line.end(), block.get());
+    ASSERT_EQ(split({block.get(), line.size()}), split_plainly(line))
+        << testing::PrintToString(line);
+  }
+}
+
+// Most of these are refused later, for their first character.
+TEST(ModbusReference, ShortNumbersBecomeCoils) {
+  const std::pair<std::string_view, std::string_view> cases[] = {
+      // clang-format off
+      {"", "00000"},            {"12.5", "00012"},    {" \t\n\v\f\r+7x", "00007"},
+      {"+10000", "+10000"},     {" 40001", " 40001"}, {"-+7", "00000"},
+      {"-1", "99999"},          {"-800000", "00000"}, {"-899990", "0"},
+      {"-900000", ""},          {"-900001", "1"},     {"-1900000", "1000000"},
+      {"X", ""},                {"XX7", "X7"},        {"X 40001", " 40001"},
+      // Beyond 64 bits; among them 2^64 + 1 and -2^65.
+      {"18446744073709551617", "18446744073709551617"},
+      {"-9223372036854775808", "9223372036853875808"},
+      {"-36893488147419103232", "9223372036853875808"},
+      // clang-format on
+  };
+  for (const auto& [field, reference] : cases) {
+    EXPECT_EQ(modbus_reference(field).view(), reference) << "'" << field << "'";
+  }
+}
+
+TEST(RegisterClass, FollowsFromTheFirstCharacter) {
+  constexpr std::string_view known = "0134";
+  for (int code = 0; code < 256; ++code) {
+    const auto place = static_cast<int>(known.find(static_cast<char>(code)));  // -1 for none
+    const char reference[] = {static_cast<char>(code), '1', '\0'};
+    EXPECT_EQ(modbus_reg_type(reference), place) << code;
+  }
+  EXPECT_EQ(channel_type(register_class::illegal, "ANALOG_INPUT"), -1);
+}
+
+TEST(Texts, AreMatchedAsAWhole) {
+  for (const char* data_type :
+       {"my Bit16", "Bit16 ", "16 Bit Signed", "floating point hi/lo", ""}) {
+    EXPECT_EQ(find_data_type(data_type), nullptr) << data_type;
+  }
+  const std::int32_t type = channel_type(register_class::holding_register, "ANALOG_INPUTS");
+  EXPECT_EQ(type, channel_type(register_class::holding_register, "ANALOG_OUTPUT"));
+}
+
+TEST(BitMask, TheLowEightBitsOfTheNumberCount) {
+  for (std::int64_t number = -600; number < 600; ++number) {
+    const std::int64_t bit = (number % 256 + 256) % 256;
+    const std::int64_t mask = bit < 32 ? std::int64_t{1} << bit : 0;
+    EXPECT_EQ(bit_mask(std::to_string(number)), static_cast<std::int32_t>(mask)) << number;
+  }
+}
+
+}  // namespace
+}  // namespace ruvex
