@@ -17,7 +17,7 @@
 #include <expat.h>
 #endif
 
-#include "mapping_check.h"
+#include "check/mapping_check.h"
 #include "memory_file.h"
 #include "ruvex/cfg/xml_writer.h"
 #include "ruvex/converter/mapping_reader.h"

@@ -8,10 +8,10 @@
 #include <string>
 #include <string_view>
 
-#include "encoding.h"
-#include "mapping_check.h"
+#include "check/mapping_check.h"
 #include "require.h"
-#include "sheet.h"
+#include "text/encoding.h"
+#include "tidy/sheet.h"
 
 namespace ruvex {
 namespace {

@@ -5,10 +5,10 @@
 #include <string_view>
 #include <vector>
 
-#include "findings.h"
-#include "line_findings.h"
-#include "refusal_findings.h"
 #include "repeats.h"
+#include "report/findings.h"
+#include "report/line_findings.h"
+#include "report/refusal_findings.h"
 #include "ruvex/cfg/edit.h"
 #include "ruvex/mapping/line_reader.h"
 #include "ruvex/mapping/point_reader.h"

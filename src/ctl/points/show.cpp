@@ -5,13 +5,13 @@
 #include <string_view>
 
 #include "command.h"
-#include "json.h"
 #include "load.h"
 #include "point_view.h"
-#include "printable.h"
 #include "ruvex/cfg/block_out.h"
 #include "ruvex/cfg/decimal.h"
 #include "ruvex/cfg/member.h"
+#include "text/json.h"
+#include "text/printable.h"
 
 namespace ruvex {
 namespace {

@@ -10,9 +10,9 @@
 #include <vector>
 
 #include "command.h"
-#include "examine_lines.h"
-#include "findings.h"
-#include "refusal_findings.h"
+#include "report/examine_lines.h"
+#include "report/findings.h"
+#include "report/refusal_findings.h"
 #include "ruvex/mapping/heap.h"
 #include "ruvex/mapping/line_reader.h"
 #include "ruvex/mapping/point_reader.h"

@@ -7,12 +7,12 @@
 #include <utility>
 #include <vector>
 
-#include "cells.h"
 #include "command.h"
 #include "progress.h"
 #include "refusals.h"
 #include "strict_form.h"
-#include "texts.h"
+#include "text/cells.h"
+#include "text/texts.h"
 
 namespace ruvex {
 namespace {

@@ -1,7 +1,7 @@
 #include "reference_checks.h"
 
 #include "ruvex/mapping/register_place.h"
-#include "texts.h"
+#include "text/texts.h"
 
 namespace ruvex {
 namespace {

@@ -4,7 +4,7 @@
 
 #include "ruvex/cfg/tables.h"
 #include "ruvex/mapping/register_place.h"
-#include "texts.h"
+#include "text/texts.h"
 
 namespace ruvex {
 namespace {

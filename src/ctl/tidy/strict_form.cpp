@@ -4,10 +4,10 @@
 #include <cstddef>
 #include <iterator>
 
-#include "field_names.h"
-#include "printable.h"
+#include "report/field_names.h"
 #include "ruvex/mapping/point_reader.h"
-#include "texts.h"
+#include "text/printable.h"
+#include "text/texts.h"
 
 namespace ruvex {
 namespace {

@@ -7,9 +7,9 @@
 #include <cstring>
 
 #include "field_names.h"
-#include "json.h"
-#include "printable.h"
-#include "texts.h"
+#include "text/json.h"
+#include "text/printable.h"
+#include "text/texts.h"
 
 namespace ruvex {
 namespace {

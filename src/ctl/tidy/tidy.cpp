@@ -5,10 +5,10 @@
 #include <utility>
 
 #include "command.h"
-#include "encoding.h"
 #include "input.h"
 #include "refusals.h"
 #include "sheet.h"
+#include "text/encoding.h"
 
 namespace ruvex {
 namespace {

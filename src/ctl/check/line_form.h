@@ -4,7 +4,7 @@
 
 #include <cstddef>
 
-#include "line_findings.h"
+#include "report/line_findings.h"
 
 namespace ruvex {
 

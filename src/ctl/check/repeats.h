@@ -5,8 +5,8 @@
 #include <string_view>
 #include <unordered_map>
 
-#include "line_findings.h"
 #include "number_table.h"
+#include "report/line_findings.h"
 
 namespace ruvex {
 

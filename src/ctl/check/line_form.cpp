@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <vector>
 
-#include "cells.h"
-#include "field_names.h"
-#include "texts.h"
-#include "utf_8.h"
+#include "report/field_names.h"
+#include "text/cells.h"
+#include "text/texts.h"
+#include "text/utf_8.h"
 
 namespace ruvex {
 namespace {

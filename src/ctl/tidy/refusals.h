@@ -3,8 +3,8 @@
 
 #include <cstddef>
 
-#include "cells.h"
 #include "progress.h"
+#include "text/cells.h"
 
 namespace ruvex {
 

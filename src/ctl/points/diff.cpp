@@ -9,14 +9,14 @@
 #include <vector>
 
 #include "command.h"
-#include "json.h"
 #include "load.h"
 #include "point_view.h"
-#include "printable.h"
 #include "ruvex/cfg/block_out.h"
 #include "ruvex/cfg/decimal.h"
 #include "ruvex/cfg/fields.h"
 #include "ruvex/mapping/rules.h"
+#include "text/json.h"
+#include "text/printable.h"
 
 namespace ruvex {
 namespace {

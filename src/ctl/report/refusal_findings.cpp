@@ -3,9 +3,9 @@
 #include <cstdlib>
 #include <new>
 
-#include "reference_checks.h"
+#include "check/reference_checks.h"
 #include "ruvex/cfg/records.h"
-#include "texts.h"
+#include "text/texts.h"
 
 namespace ruvex {
 

@@ -1,7 +1,7 @@
 // Modbus references as people write them: what they come to, and what was probably meant.
 #pragma once
 
-#include "line_findings.h"
+#include "report/line_findings.h"
 
 namespace ruvex {
 

@@ -1,8 +1,8 @@
 #include "known_texts.h"
 
-#include "nearest.h"
 #include "ruvex/cfg/tables.h"
 #include "ruvex/mapping/rules.h"
+#include "text/nearest.h"
 
 namespace ruvex {
 namespace {

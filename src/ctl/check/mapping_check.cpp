@@ -5,7 +5,7 @@
 #include "field_checks.h"
 #include "line_form.h"
 #include "reference_checks.h"
-#include "texts.h"
+#include "text/texts.h"
 
 namespace ruvex {
 

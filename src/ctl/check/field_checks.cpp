@@ -9,8 +9,8 @@
 #include "known_texts.h"
 #include "reference_checks.h"
 #include "ruvex/cfg/tables.h"
-#include "texts.h"
-#include "xml_text.h"
+#include "text/texts.h"
+#include "text/xml_text.h"
 
 namespace ruvex {
 namespace {

@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
-#include "cells.h"
 #include "ruvex/mapping/rules.h"
+#include "text/cells.h"
 
 namespace ruvex {
 

@@ -10,7 +10,7 @@
 #include "load_mapping.h"
 #include "ruvex/cfg/xml_reader.h"
 #include "ruvex/xml/parser.h"
-#include "utf_8.h"
+#include "text/utf_8.h"
 
 namespace ruvex {
 namespace {

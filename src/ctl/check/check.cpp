@@ -5,12 +5,12 @@
 #include <cstdio>
 
 #include "command.h"
-#include "examine_lines.h"
-#include "findings.h"
 #include "input.h"
 #include "mapping_check.h"
+#include "report/examine_lines.h"
+#include "report/findings.h"
 #include "ruvex/mapping/heap.h"
-#include "texts.h"
+#include "text/texts.h"
 
 namespace ruvex {
 namespace {
