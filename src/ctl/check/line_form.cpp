@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "text/cells.h"
+#include "text/characters.h"
 #include "text/texts.h"
-#include "text/utf_8.h"
 
 namespace ruvex {
 namespace {

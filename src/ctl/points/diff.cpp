@@ -15,8 +15,7 @@
 #include "ruvex/cfg/decimal.h"
 #include "ruvex/cfg/fields.h"
 #include "ruvex/mapping/rules.h"
-#include "text/json.h"
-#include "text/printable.h"
+#include "text/characters.h"
 
 namespace ruvex {
 namespace {

@@ -10,7 +10,7 @@
 #include "input.h"
 #include "load_mapping.h"
 #include "ruvex/cfg/xml_reader.h"
-#include "text/utf_8.h"
+#include "text/characters.h"
 
 namespace ruvex {
 namespace {

@@ -10,8 +10,7 @@
 #include "ruvex/cfg/block_out.h"
 #include "ruvex/cfg/decimal.h"
 #include "ruvex/cfg/member.h"
-#include "text/json.h"
-#include "text/printable.h"
+#include "text/characters.h"
 
 namespace ruvex {
 namespace {

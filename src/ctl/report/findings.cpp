@@ -6,8 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "text/json.h"
-#include "text/printable.h"
+#include "text/characters.h"
 #include "text/texts.h"
 
 namespace ruvex {
@@ -20,27 +19,6 @@ bool colours_are_wanted() noexcept {
   const char* const no_colour = std::getenv("NO_COLOR");  // a convention: https://no-color.org
   return terminal != nullptr && std::strcmp(terminal, "dumb") != 0 &&
          (no_colour == nullptr || *no_colour == '\0');
-}
-
-// What a file holds must not reach the terminal as a command to it: bytes of what is not printable
-// are shown as \xNN.
-void append_visibly(std::string& out, std::string_view text) {
-  constexpr std::string_view hex = "0123456789ABCDEF";
-  while (!text.empty()) {
-    const character_form form = form_at(text);
-    const std::string_view character = text.substr(0, form.length);
-    text.remove_prefix(form.length);
-    if (form.is_printable) {
-      out += character;
-      continue;
-    }
-    for (const char byte : character) {
-      const auto code = static_cast<unsigned char>(byte);
-      out += "\\x";
-      out += hex[code >> 4];
-      out += hex[code & 15];
-    }
-  }
 }
 
 std::string_view word_of(severity level) noexcept {
@@ -88,7 +66,7 @@ void finding_report::flush() noexcept {
 void finding_report::print_text(std::string_view file, const finding& finding, severity level) {
   const paint& paint = is_coloured_ ? colours : no_colours;
   held_ += paint.place;
-  append_visibly(held_, file);
+  append_visible(held_, file);
   append(held_, ":"), append(held_, finding.line);
   append(held_, ":"), append(held_, finding.column);
   append(held_, ": ");
@@ -100,7 +78,7 @@ void finding_report::print_text(std::string_view file, const finding& finding, s
     append(held_, "field "), append(held_, finding.field);
     append(held_, " ("), append(held_, mapping_columns[finding.field].name), append(held_, "): ");
   }
-  append_visibly(held_, finding.text);
+  append_visible(held_, finding.text);
   append(held_, " ["), append(held_, row_of(finding.id).name), append(held_, "]\n");
 }
 

@@ -4,7 +4,7 @@
 #include <cstddef>
 
 #include "ruvex/mapping/rules.h"
-#include "text/printable.h"
+#include "text/characters.h"
 #include "text/texts.h"
 
 namespace ruvex {
