@@ -32,7 +32,7 @@ bool mapping_check::check_line(line_reader::result got, std::string_view text) {
   line_findings findings(++line_number_, text, list_);
   const bool is_first = line_number_ == 1 && got != line_reader::result::too_long;
   if (is_first && check_start(findings)) return false;
-  if (refuse_line(findings, got)) return true;
+  if (add_refused_line(findings, got)) return true;
   check_read_line(findings);
   std::stable_sort(list_.begin(), list_.end(),
                    [](const finding& a, const finding& b) { return a.column < b.column; });

@@ -68,7 +68,7 @@ bool read_lines(const char* path, int descriptor, unit_index& units) {
   const auto examine = [&](line_reader::result got, std::string_view text) {
     list.clear();
     line_findings findings(++number, text, list);
-    if (refuse_line(findings, got)) return true;
+    if (add_refused_line(findings, got)) return true;
     const mapping_line line = split_mapping_line(text);
     refusals.begin(findings, line);
     reader.read(line, refusals);

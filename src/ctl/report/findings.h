@@ -8,18 +8,8 @@
 #include <string_view>
 
 #include "rules.h"
-#include "ruvex/mapping/rules.h"
 
 namespace ruvex {
-
-struct finding {
-  rule id;
-  std::int64_t line;   // from 1
-  std::size_t column;  // from 1, in bytes
-  std::size_t field;   // its number, or no_field
-  std::string text;    // lower-case start, no full stop
-};
-inline constexpr std::size_t no_field = max_mapping_fields;
 
 enum class finding_format { text, json };
 

@@ -3,13 +3,25 @@
 #include <cstdlib>
 #include <new>
 
-#include "check/reference_checks.h"
+#include "reference_oddity.h"
 #include "ruvex/cfg/records.h"
 #include "text/texts.h"
 
 namespace ruvex {
+namespace {
 
-bool refuse_line(line_findings& findings, line_reader::result got) {
+std::string refused_reference(const mapping_line& line) {
+  const std::string_view field = line.fields[field_reference];
+  const std::string_view oddity = reference_oddity(field);
+  if (!oddity.empty()) return message(quoted{field}, " ", oddity, ", which ruvex refuses");
+  return message(quoted{field}, " is stored as ", quoted{modbus_reference(field).view()},
+                 ", which begins with none of 0 (coil), 1 (discrete input), 3 (input register) "
+                 "and 4 (holding register)");
+}
+
+}  // namespace
+
+bool add_refused_line(line_findings& findings, line_reader::result got) {
   if (got == line_reader::result::too_long) {
     findings.add(
         rule::line_too_long, max_mapping_line + 1,

@@ -1,9 +1,13 @@
-// What `ruvexctl check` looks for: one row a rule. The order is that of the manual's table.
+// What `ruvexctl check` looks for, one row a rule, and what a rule has found. The order is that of
+// the manual's table.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
+
+#include "ruvex/mapping/columns.h"
 
 namespace ruvex {
 
@@ -66,6 +70,15 @@ struct rule_row {
   std::string_view name;  // as in messages and on the command line
   std::string_view meaning;
 };
+
+struct finding {
+  rule id;
+  std::int64_t line;   // from 1
+  std::size_t column;  // from 1, in bytes
+  std::size_t field;   // its number, or no_field
+  std::string text;    // lower-case start, no full stop
+};
+inline constexpr std::size_t no_field = max_mapping_fields;
 
 // The row of a rule.
 const rule_row& row_of(rule id) noexcept;
