@@ -1,12 +1,24 @@
 #include "command.h"
 
-#include <cerrno>
 #include <charconv>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
 
+#include "output.h"
+#include "text/texts.h"
+
 namespace ruvex {
+
+namespace {
+
+int print(std::string_view text) noexcept {
+  output out;
+  out.put(text);
+  return end_with(ctl_clean, out.finish());
+}
+
+}  // namespace
 
 void complain(const char* format, ...) noexcept {
   std::fputs("ruvexctl: ", stderr);
@@ -28,21 +40,18 @@ int offer_help(const command& command) noexcept {
 }
 
 int print_help(const command& command) noexcept {
-  std::printf("Usage: %s %s\n%s", command.program, command.synopsis, command.help);
-  if (command.print_more != nullptr) command.print_more();
-  return finish_output(ctl_clean);
+  const std::string more = command.more_help != nullptr ? command.more_help() : std::string();
+  return print(
+      message("Usage: ", command.program, " ", command.synopsis, "\n", command.help, more));
 }
 
 int print_version() noexcept {
-  std::puts("ruvexctl (ruvex) " RUVEX_VERSION);
-  return finish_output(ctl_clean);
+  return print("ruvexctl (ruvex) " RUVEX_VERSION "\n");
 }
 
-int finish_output(int status) noexcept {
-  const bool failed_before = std::ferror(stdout) != 0;
-  errno = 0;
-  if (std::fflush(stdout) == 0 && !failed_before) return status;
-  complain("standard output: %s", errno != 0 ? std::strerror(errno) : "write error");
+int end_with(int status, int write_error) noexcept {
+  if (write_error == 0) return status;
+  complain("standard output: %s", std::strerror(write_error));
   return ctl_trouble;
 }
 

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -24,7 +25,7 @@ struct command {
   const char* synopsis;               // what follows the program in a usage line
   const char* help;                   // the rest of the answer to --help: lines, the last one ended
   int (*run)(int argc, char** argv);  // argv[0] is the program; the result is a ctl_status
-  void (*print_more)() = nullptr;     // prints what follows the help, where something does
+  std::string (*more_help)() = nullptr;  // what follows the help, where something does
 };
 
 extern const command check_command;
@@ -46,9 +47,9 @@ int offer_help(const command& command) noexcept;
 int print_help(const command& command) noexcept;
 int print_version() noexcept;
 
-// Ends the output: what standard output still holds is written. `status`, or ctl_trouble after a
-// message when not every byte reached its place.
-int finish_output(int status) noexcept;
+// The status to end with once everything is printed: `status`, or ctl_trouble after a complaint
+// where `write_error` (an errno) tells that not every byte has reached standard output.
+int end_with(int status, int write_error) noexcept;
 
 // A text that an option takes, and what it stands for.
 template <class Value>

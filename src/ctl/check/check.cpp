@@ -93,10 +93,10 @@ int run_check(int argc, char** argv) {
       all_read = false;
     }
   }
-  report.flush();
+  const int write_error = report.finish();
   if (!settings.is_quiet && files != 0) print_summary(report, files, points);
-  if (!all_read) return finish_output(ctl_trouble);
-  return finish_output(report.errors() + report.warnings() == 0 ? ctl_clean : ctl_findings);
+  if (!all_read) return end_with(ctl_trouble, write_error);
+  return end_with(report.errors() + report.warnings() == 0 ? ctl_clean : ctl_findings, write_error);
 }
 
 }  // namespace
@@ -127,6 +127,6 @@ Exit status: 0 nothing found, 1 something found, 2 a file cannot be read.
 Rules (see ruvexctl-check(1)):
 )",
     run_check,
-    print_rules};
+    rules_text};
 
 }  // namespace ruvex

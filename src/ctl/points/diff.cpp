@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <array>
 #include <compare>
 #include <cstdint>
 #include <cstring>
@@ -10,8 +9,8 @@
 
 #include "command.h"
 #include "load.h"
+#include "output.h"
 #include "point_view.h"
-#include "ruvex/cfg/block_out.h"
 #include "ruvex/cfg/decimal.h"
 #include "ruvex/cfg/fields.h"
 #include "ruvex/mapping/rules.h"
@@ -109,7 +108,7 @@ void match(const std::vector<Entry>& olds, const std::vector<Entry>& news, Remov
 
 class difference_printer {
  public:
-  difference_printer(block_out& out, bool is_quiet) noexcept : out_(out), is_quiet_(is_quiet) {}
+  difference_printer(output& out, bool is_quiet) noexcept : out_(out), is_quiet_(is_quiet) {}
 
   void compare_documents(const yax_cfg& a, const yax_cfg& b) {
     subject_ = "document";
@@ -205,7 +204,7 @@ class difference_printer {
     out_.put("\n");
   }
 
-  block_out& out_;
+  output& out_;
   const bool is_quiet_;
   std::string subject_;
   std::string label_;
@@ -225,18 +224,15 @@ constexpr option_row<diff_settings> options[] = {
 };
 
 // Whether the files differ.
-bool print_differences(const loaded_file& a, const loaded_file& b, const diff_settings& settings) {
-  std::array<char, 65536> storage;
-  block_out out(stdout, storage);
+bool print_differences(const loaded_file& a, const loaded_file& b, const diff_settings& settings,
+                       output& out) {
   difference_printer printer(out, settings.is_quiet);
   if (a.is_whole_document && b.is_whole_document) printer.compare_documents(*a.doc, *b.doc);
   const sorted_file olds = sort_file(*a.doc);
   const sorted_file news = sort_file(*b.doc);
   printer.compare_units(olds.units, news.units);
   printer.compare_points(olds.points, news.points);
-  const bool differs = printer.finish();
-  out.flush();
-  return differs;
+  return printer.finish();
 }
 
 int run_diff(int argc, char** argv) {
@@ -252,7 +248,9 @@ int run_diff(int argc, char** argv) {
   const std::optional<loaded_file> a = load_file(files[0]);
   const std::optional<loaded_file> b = load_file(files[1]);
   if (!a || !b) return ctl_trouble;
-  return finish_output(print_differences(*a, *b, settings) ? ctl_findings : ctl_clean);
+  output out;
+  const bool differs = print_differences(*a, *b, settings, out);
+  return end_with(differs ? ctl_findings : ctl_clean, out.finish());
 }
 
 }  // namespace

@@ -6,8 +6,8 @@
 
 #include "command.h"
 #include "load.h"
+#include "output.h"
 #include "point_view.h"
-#include "ruvex/cfg/block_out.h"
 #include "ruvex/cfg/decimal.h"
 #include "ruvex/cfg/member.h"
 #include "text/characters.h"
@@ -120,7 +120,7 @@ void for_each_cell(const Cells& cells, std::string& cell, Do act) {
 // Every format writes rows through one text that grows no more once it has held the longest.
 class row_printer {
  public:
-  explicit row_printer(block_out& out) noexcept : out_(out) {}
+  explicit row_printer(output& out) noexcept : out_(out) {}
 
  protected:
   void end_row() {
@@ -133,7 +133,7 @@ class row_printer {
   std::string cell_;
 
  private:
-  block_out& out_;
+  output& out_;
 };
 
 class table_printer : row_printer {
@@ -271,11 +271,11 @@ class json_printer : row_printer {
 };
 
 template <class Printer>
-void print_with(const yax_cfg& doc, block_out& out) {
+void print_with(const yax_cfg& doc, output& out) {
   Printer(out).print(doc);
 }
 
-using print_function = void (*)(const yax_cfg&, block_out&);
+using print_function = void (*)(const yax_cfg&, output&);
 
 constexpr choice<print_function> formats[] = {
     {"table", print_with<table_printer>},
@@ -304,11 +304,9 @@ int run_show(int argc, char** argv) {
   if (files.size() != 1) return refuse_use(show_command, "one file is needed");
   const std::optional<loaded_file> loaded = load_file(files[0]);
   if (!loaded) return ctl_trouble;
-  std::array<char, 65536> storage;
-  block_out out(stdout, storage);
+  output out;
   settings.print(*loaded->doc, out);
-  out.flush();
-  return finish_output(ctl_clean);
+  return end_with(ctl_clean, out.finish());
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -11,8 +10,6 @@
 
 namespace ruvex {
 namespace {
-
-constexpr std::size_t held_at_most = 32768;
 
 bool colours_are_wanted() noexcept {
   const char* const terminal = std::getenv("TERM");
@@ -36,7 +33,8 @@ constexpr paint no_colours = {"", "", "", ""};
 finding_report::finding_report(const finding_settings& settings) noexcept
     : settings_(settings),
       is_terminal_(settings.format == finding_format::text && ::isatty(STDERR_FILENO) == 1),
-      is_coloured_(is_terminal_ && colours_are_wanted()) {}
+      is_coloured_(is_terminal_ && colours_are_wanted()),
+      out_(settings.format == finding_format::text ? STDERR_FILENO : STDOUT_FILENO) {}
 
 void finding_report::add(std::string_view file, const finding& finding) {
   const rule_row& row = row_of(finding.id);
@@ -44,12 +42,14 @@ void finding_report::add(std::string_view file, const finding& finding) {
   const severity level = settings_.warnings_are_errors ? severity::error : row.level;
   ++(level == severity::error ? errors_ : warnings_);
   if (settings_.is_quiet) return;
+  printed_.clear();
   if (settings_.format == finding_format::text) {
     print_text(file, finding, level);
   } else {
     print_json(file, finding, level);
   }
-  if (is_terminal_ || held_.size() >= held_at_most) flush();
+  out_.put(printed_);
+  if (is_terminal_) flush();
 }
 
 bool finding_report::is_full() const noexcept {
@@ -57,45 +57,46 @@ bool finding_report::is_full() const noexcept {
          (settings_.is_quiet && errors_ + warnings_ != 0);
 }
 
-void finding_report::flush() noexcept {
-  std::FILE* const stream = settings_.format == finding_format::text ? stderr : stdout;
-  std::fwrite(held_.data(), 1, held_.size(), stream);
-  held_.clear();
+int finding_report::finish() noexcept {
+  const int error = out_.finish();
+  return settings_.format == finding_format::text ? 0 : error;
 }
 
 void finding_report::print_text(std::string_view file, const finding& finding, severity level) {
   const paint& paint = is_coloured_ ? colours : no_colours;
-  held_ += paint.place;
-  append_visible(held_, file);
-  append(held_, ":"), append(held_, finding.line);
-  append(held_, ":"), append(held_, finding.column);
-  append(held_, ": ");
-  held_ += level == severity::error ? paint.error : paint.warning;
-  held_ += word_of(level);
-  held_ += ": ";
-  held_ += paint.plain;
+  printed_ += paint.place;
+  append_visible(printed_, file);
+  append(printed_, ":"), append(printed_, finding.line);
+  append(printed_, ":"), append(printed_, finding.column);
+  append(printed_, ": ");
+  printed_ += level == severity::error ? paint.error : paint.warning;
+  printed_ += word_of(level);
+  printed_ += ": ";
+  printed_ += paint.plain;
   if (finding.field != no_field) {
-    append(held_, "field "), append(held_, finding.field);
-    append(held_, " ("), append(held_, mapping_columns[finding.field].name), append(held_, "): ");
+    append(printed_, "field "), append(printed_, finding.field);
+    append(printed_, " ("), append(printed_, mapping_columns[finding.field].name),
+        append(printed_, "): ");
   }
-  append_visible(held_, finding.text);
-  append(held_, " ["), append(held_, row_of(finding.id).name), append(held_, "]\n");
+  append_visible(printed_, finding.text);
+  append(printed_, " ["), append(printed_, row_of(finding.id).name), append(printed_, "]\n");
 }
 
 void finding_report::print_json(std::string_view file, const finding& finding, severity level) {
-  held_ += R"({"file":)";
-  append_json(held_, file);
-  held_ += message(R"(,"line":)", finding.line, R"(,"column":)", finding.column, R"(,"severity":")",
-                   word_of(level), R"(","rule":")", row_of(finding.id).name, R"(","field":)");
+  printed_ += R"({"file":)";
+  append_json(printed_, file);
+  printed_ +=
+      message(R"(,"line":)", finding.line, R"(,"column":)", finding.column, R"(,"severity":")",
+              word_of(level), R"(","rule":")", row_of(finding.id).name, R"(","field":)");
   if (finding.field == no_field) {
-    held_ += R"(null,"field_name":null)";
+    printed_ += R"(null,"field_name":null)";
   } else {
-    held_ +=
+    printed_ +=
         message(finding.field, R"(,"field_name":")", mapping_columns[finding.field].name, "\"");
   }
-  held_ += R"(,"text":)";
-  append_json(held_, finding.text);
-  held_ += "}\n";
+  printed_ += R"(,"text":)";
+  append_json(printed_, finding.text);
+  printed_ += "}\n";
 }
 
 }  // namespace ruvex

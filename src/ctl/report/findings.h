@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "output.h"
 #include "rules.h"
 
 namespace ruvex {
@@ -25,10 +26,6 @@ struct finding_settings {
 class finding_report {
  public:
   explicit finding_report(const finding_settings& settings) noexcept;
-  ~finding_report() { flush(); }
-  finding_report(const finding_report&) = delete;
-  finding_report& operator=(const finding_report&) = delete;
-
   // Counts and prints a finding in `file`, unless its rule is ignored.
   void add(std::string_view file, const finding& finding);
 
@@ -41,7 +38,11 @@ class finding_report {
   bool is_full() const noexcept;
 
   // Prints what has been held back.
-  void flush() noexcept;
+  void flush() noexcept { out_.flush(); }
+
+  // The same at the end of the run. Gives the errno of the first write to standard output that
+  // failed; 0 when none has.
+  int finish() noexcept;
 
   std::uint64_t errors() const noexcept { return errors_; }
   std::uint64_t warnings() const noexcept { return warnings_; }
@@ -53,7 +54,8 @@ class finding_report {
   const finding_settings& settings_;
   const bool is_terminal_;
   const bool is_coloured_;
-  std::string held_;
+  output out_;
+  std::string printed_;  // the finding that is printed
   std::uint64_t errors_ = 0;
   std::uint64_t warnings_ = 0;
 };

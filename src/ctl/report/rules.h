@@ -86,7 +86,7 @@ const rule_row& row_of(rule id) noexcept;
 // The row of the rule with this name; null when there is none.
 const rule_row* find_rule(std::string_view name) noexcept;
 
-// Prints every rule, a line each, on standard output.
-void print_rules() noexcept;
+// Every rule, a line each, with its severity and its meaning.
+std::string rules_text();
 
 }  // namespace ruvex

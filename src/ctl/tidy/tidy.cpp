@@ -1,4 +1,3 @@
-#include <cstdio>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -6,6 +5,7 @@
 
 #include "command.h"
 #include "input.h"
+#include "output.h"
 #include "refusals.h"
 #include "sheet.h"
 #include "text/encoding.h"
@@ -80,8 +80,9 @@ int run_tidy(int argc, char** argv) {
   if (!text) return ctl_trouble;
   const std::optional<std::string> lines = tidy_sheet(path, *text, settings.sheet);
   if (!lines) return ctl_trouble;
-  std::fwrite(lines->data(), 1, lines->size(), stdout);
-  return finish_output(ctl_clean);
+  output out;
+  out.put(*lines);
+  return end_with(ctl_clean, out.finish());
 }
 
 }  // namespace
