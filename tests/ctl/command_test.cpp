@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -35,6 +36,8 @@ TEST_F(CommandTest, AWrongCommandLineIsTrouble) {
       {{"check", "-f", "x"}, "ruvexctl check: invalid option -- 'f'\n"},
       {{"show", "--format"}, "ruvexctl show: option '--format' requires an argument\n"},
       {{"show", "--format=xml", "x"}, "ruvexctl show: invalid argument 'xml' for '--format'\nTry"},
+      {{"show", "--\n"}, "ruvexctl show: unrecognized option '--\\x0A'\nTry"},
+      {{"show", "--format=\n"}, "ruvexctl show: invalid argument '\\x0A' for '--format'\nTry"},
       {{"check"}, "ruvexctl check: a file is needed\nTry 'ruvexctl check"},
       {{"show", "a", "b"}, "ruvexctl show: one file is needed\nTry"},
       {{"diff", "a"}, "ruvexctl diff: two files are needed\nTry"},
@@ -62,6 +65,31 @@ TEST_F(CommandTest, WhatCannotBeReadOrWrittenIsTrouble) {
     const outcome full = run({name, path("in.csv")}, to_full);
     EXPECT_EQ(full, (outcome{2, "", "ruvexctl: standard output: No space left on device\n"}))
         << name;
+  }
+}
+
+TEST_F(CommandTest, TheNameOfAFileCommandsNoTerminalAndBeginsNoLine) {
+  const std::string file = path("a\x1B[2J\n\xC2\x9B.csv");
+  const std::string shown = path("a\\x1B[2J\\x0A\\xC2\\x9B.csv");
+  const std::string cut = std::string(1, '\0') + "\n";
+  const std::string nul = shown + ":1:1: error: the line holds a NUL byte, which ruvex refuses";
+  const struct {
+    std::vector<std::string> arguments;
+    std::string content, err;
+  } cases[] = {
+      {{"check", file}, cut, nul + " [nul-byte]\n1 file, 0 points: 1 error, 0 warnings\n"},
+      {{"show", file}, cut, nul + " [nul-byte]\n"},
+      {{"diff", file, file + "x"},
+       cut,
+       nul + " [nul-byte]\nruvexctl: " + shown + "x: No such file or directory\n"},
+      {{"tidy", file},
+       ",,,1,4\nBoiler\n,,,2\n",
+       shown + ":2: left out: no unit and no reference\n" + shown +
+           ":3:1: error: field 4 (reference) is blank\n"},
+  };
+  for (const auto& row : cases) {
+    write(std::filesystem::path(file).filename().string(), row.content);
+    EXPECT_EQ(run(row.arguments).err, row.err);
   }
 }
 

@@ -80,7 +80,7 @@ int run_check(int argc, char** argv) {
   if (const auto status = read_options(check_command, argc, argv, options, settings))
     return *status;
   const std::span<char*> paths = operands(argc, argv);
-  if (paths.empty()) return refuse_use(check_command, "a file is needed");
+  if (paths.empty()) return complain_of_use(check_command, "a file is needed");
   finding_report report(settings);
   bool all_read = true;
   std::size_t files = 0;
@@ -102,9 +102,7 @@ int run_check(int argc, char** argv) {
 }  // namespace
 
 const command check_command = {
-    "check",
-    "ruvexctl check",
-    "[OPTION]... FILE...",
+    "check", "[OPTION]... FILE...",
     R"(Report everything in mapping files that ruvex refuses, or that the controller
 would have otherwise than it is meant. ruvex itself is silent about most of it.
 
@@ -126,7 +124,6 @@ Exit status: 0 nothing found, 1 something found, 2 a file cannot be read.
 
 Rules (see ruvexctl-check(1)):
 )",
-    run_check,
-    rules_text};
+    run_check, rules_text};
 
 }  // namespace ruvex

@@ -241,9 +241,9 @@ int run_diff(int argc, char** argv) {
     return *status;
   }
   const auto files = operands(argc, argv);
-  if (files.size() != 2) return refuse_use(diff_command, "two files are needed");
+  if (files.size() != 2) return complain_of_use(diff_command, "two files are needed");
   if (std::strcmp(files[0], "-") == 0 && std::strcmp(files[1], "-") == 0) {
-    return refuse_use(diff_command, "standard input can be read once");
+    return complain_of_use(diff_command, "standard input can be read once");
   }
   const std::optional<loaded_file> a = load_file(files[0]);
   const std::optional<loaded_file> b = load_file(files[1]);
@@ -256,7 +256,7 @@ int run_diff(int argc, char** argv) {
 }  // namespace
 
 const command diff_command = {
-    "diff", "ruvexctl diff", "[--quiet] OLD NEW",
+    "diff", "[--quiet] OLD NEW",
     R"(Print how the points of two files differ. Each is a mapping file, a unit file
 that ruvex has written from one, or a whole configuration document, in any mix;
 the content tells which. A mapping file is compared as the controller will have

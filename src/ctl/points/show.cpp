@@ -301,7 +301,7 @@ int run_show(int argc, char** argv) {
     return *status;
   }
   const auto files = operands(argc, argv);
-  if (files.size() != 1) return refuse_use(show_command, "one file is needed");
+  if (files.size() != 1) return complain_of_use(show_command, "one file is needed");
   const std::optional<loaded_file> loaded = load_file(files[0]);
   if (!loaded) return ctl_trouble;
   output out;
@@ -312,7 +312,7 @@ int run_show(int argc, char** argv) {
 }  // namespace
 
 const command show_command = {
-    "show", "ruvexctl show", "[--format=FORMAT] FILE",
+    "show", "[--format=FORMAT] FILE",
     R"(Print the points of FILE as the controller will have them: a row a point, by
 unit and register. FILE is a mapping file, a unit file that ruvex has written
 from one, or a whole configuration document; its content tells which. A

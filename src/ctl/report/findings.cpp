@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "place_message.h"
 #include "text/characters.h"
 #include "text/texts.h"
 
@@ -22,11 +23,8 @@ std::string_view word_of(severity level) noexcept {
   return level == severity::error ? "error" : "warning";
 }
 
-struct paint {
-  std::string_view place, error, warning, plain;
-};
-constexpr paint colours = {"\033[1m", "\033[1;31m", "\033[1;35m", "\033[0m"};
-constexpr paint no_colours = {"", "", "", ""};
+constexpr paint error_paint = {"\033[1m", "\033[1;31m", "\033[0m"};
+constexpr paint warning_paint = {"\033[1m", "\033[1;35m", "\033[0m"};
 
 }  // namespace
 
@@ -44,9 +42,9 @@ void finding_report::add(std::string_view file, const finding& finding) {
   if (settings_.is_quiet) return;
   printed_.clear();
   if (settings_.format == finding_format::text) {
-    print_text(file, finding, level);
+    append_text(file, finding, level);
   } else {
-    print_json(file, finding, level);
+    append_json_object(file, finding, level);
   }
   out_.put(printed_);
   if (is_terminal_) flush();
@@ -62,27 +60,21 @@ int finding_report::finish() noexcept {
   return settings_.format == finding_format::text ? 0 : error;
 }
 
-void finding_report::print_text(std::string_view file, const finding& finding, severity level) {
-  const paint& paint = is_coloured_ ? colours : no_colours;
-  printed_ += paint.place;
-  append_visible(printed_, file);
-  append(printed_, ":"), append(printed_, finding.line);
-  append(printed_, ":"), append(printed_, finding.column);
-  append(printed_, ": ");
-  printed_ += level == severity::error ? paint.error : paint.warning;
-  printed_ += word_of(level);
-  printed_ += ": ";
-  printed_ += paint.plain;
+void finding_report::append_text(std::string_view file, const finding& finding, severity level) {
+  std::string text;
   if (finding.field != no_field) {
-    append(printed_, "field "), append(printed_, finding.field);
-    append(printed_, " ("), append(printed_, mapping_columns[finding.field].name),
-        append(printed_, "): ");
+    text = message("field ", finding.field, " (", mapping_columns[finding.field].name, "): ");
   }
-  append_visible(printed_, finding.text);
-  append(printed_, " ["), append(printed_, row_of(finding.id).name), append(printed_, "]\n");
+  text += finding.text;
+  append(text, " ["), append(text, row_of(finding.id).name), append(text, "]");
+  paint colours;
+  if (is_coloured_) colours = level == severity::error ? error_paint : warning_paint;
+  const auto line = static_cast<std::size_t>(finding.line);
+  append_message(printed_, {file, line, line, finding.column, word_of(level), text}, colours);
 }
 
-void finding_report::print_json(std::string_view file, const finding& finding, severity level) {
+void finding_report::append_json_object(std::string_view file, const finding& finding,
+                                        severity level) {
   printed_ += R"({"file":)";
   append_json(printed_, file);
   printed_ +=

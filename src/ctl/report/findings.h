@@ -48,8 +48,8 @@ class finding_report {
   std::uint64_t warnings() const noexcept { return warnings_; }
 
  private:
-  void print_text(std::string_view file, const finding& finding, severity level);
-  void print_json(std::string_view file, const finding& finding, severity level);
+  void append_text(std::string_view file, const finding& finding, severity level);
+  void append_json_object(std::string_view file, const finding& finding, severity level);
 
   const finding_settings& settings_;
   const bool is_terminal_;

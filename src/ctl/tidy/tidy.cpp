@@ -9,6 +9,7 @@
 #include "refusals.h"
 #include "sheet.h"
 #include "text/encoding.h"
+#include "text/texts.h"
 
 namespace ruvex {
 namespace {
@@ -74,7 +75,7 @@ int run_tidy(int argc, char** argv) {
   tidy_settings settings;
   const std::optional<int> status = read_options(tidy_command, argc, argv, option_rows, settings);
   if (status) return *status;
-  if (operands(argc, argv).size() != 1) return refuse_use(tidy_command, "one file is needed");
+  if (operands(argc, argv).size() != 1) return complain_of_use(tidy_command, "one file is needed");
   const char* const path = operands(argc, argv).front();
   const std::optional<std::string> text = read_text(path, settings.encoding);
   if (!text) return ctl_trouble;
@@ -88,7 +89,7 @@ int run_tidy(int argc, char** argv) {
 }  // namespace
 
 const command tidy_command = {
-    "tidy", "ruvexctl tidy", "[OPTION]... FILE",
+    "tidy", "[OPTION]... FILE",
     R"(Turn the spreadsheet export FILE into a mapping file on standard output.
 
 Each line of the output has 17 cells separated by commas, none of them empty,
