@@ -2,7 +2,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -69,28 +68,26 @@ TEST_F(CommandTest, WhatCannotBeReadOrWrittenIsTrouble) {
 }
 
 TEST_F(CommandTest, TheNameOfAFileCommandsNoTerminalAndBeginsNoLine) {
-  const std::string file = path("a\x1B[2J\n\xC2\x9B.csv");
+  const std::string name = "a\x1B[2J\n\xC2\x9B.csv";
+  write(name, {"ab\0\n", 4});
+  const std::string file = path(name);
   const std::string shown = path("a\\x1B[2J\\x0A\\xC2\\x9B.csv");
-  const std::string cut = std::string(1, '\0') + "\n";
-  const std::string nul = shown + ":1:1: error: the line holds a NUL byte, which ruvex refuses";
+  const std::string nul =
+      shown + ":1:3: error: the line holds a NUL byte, which ruvex refuses [nul-byte]\n";
   const struct {
     std::vector<std::string> arguments;
-    std::string content, err;
+    std::string err;
   } cases[] = {
-      {{"check", file}, cut, nul + " [nul-byte]\n1 file, 0 points: 1 error, 0 warnings\n"},
-      {{"show", file}, cut, nul + " [nul-byte]\n"},
-      {{"diff", file, file + "x"},
-       cut,
-       nul + " [nul-byte]\nruvexctl: " + shown + "x: No such file or directory\n"},
-      {{"tidy", file},
-       ",,,1,4\nBoiler\n,,,2\n",
-       shown + ":2: left out: no unit and no reference\n" + shown +
-           ":3:1: error: field 4 (reference) is blank\n"},
+      {{"check", file}, nul + "1 file, 0 points: 1 error, 0 warnings\n"},
+      {{"show", file}, nul},
+      {{"diff", file, file + "x"}, nul + "ruvexctl: " + shown + "x: No such file or directory\n"},
+      {{"tidy", "--columns=-,-,1,=1,=4", file},
+       shown + ":1:1: error: field 2 (name) holds a NUL byte, which a mapping file cannot hold\n"},
+      {{"tidy", "--columns=1", file},
+       shown + ":1: left out: header\nruvexctl: " + shown +
+           ": no row has a unit and a reference with digits; see --delimiter and --columns\n"},
   };
-  for (const auto& row : cases) {
-    write(std::filesystem::path(file).filename().string(), row.content);
-    EXPECT_EQ(run(row.arguments).err, row.err);
-  }
+  for (const auto& row : cases) EXPECT_EQ(run(row.arguments).err, row.err);
 }
 
 // What bash offers behind these words, with the program's own help as the source.
