@@ -14,18 +14,6 @@
 
 namespace ruvex {
 
-// The ends of the scaling: the device's low and high one, the user's low and high one.
-struct scale_end {
-  mapping_field field;
-  text<32> chn_cfg::*setting;
-};
-inline constexpr scale_end scale_ends[] = {
-    {field_scl_dev_lo, &chn_cfg::scl_dev_lo},
-    {field_scl_dev_hi, &chn_cfg::scl_dev_hi},
-    {field_scl_usr_lo, &chn_cfg::scl_usr_lo},
-    {field_scl_usr_hi, &chn_cfg::scl_usr_hi},
-};
-
 // What a reader tells about the line that it reads, as it comes upon it.
 class point_listener {
  public:

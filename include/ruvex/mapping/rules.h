@@ -11,30 +11,9 @@
 #include <string_view>
 
 #include "ruvex/cfg/text.h"
+#include "ruvex/mapping/columns.h"
 
 namespace ruvex {
-
-// The fields of a mapping line, by number.
-enum mapping_field : std::size_t {
-  field_label = 0,  // not used
-  field_cov_inc = 1,
-  field_name = 2,
-  field_unit = 3,
-  field_reference = 4,
-  field_data_type = 5,
-  field_bac_type = 6,
-  field_instance = 7,
-  field_bac_units = 8,
-  field_description = 9,
-  field_bit = 10,  // a line that reaches this field adds its point
-  field_scl_dev_lo = 11,
-  field_scl_dev_hi = 12,
-  field_scl_usr_lo = 13,
-  field_scl_usr_hi = 14,
-  field_group_en = 15,
-  field_restart = 16,
-};
-inline constexpr std::size_t max_mapping_fields = 17;
 
 // Longest line, its newline included.
 inline constexpr std::size_t max_mapping_line = 1023;

@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "field_names.h"
 #include "text/json.h"
 #include "text/printable.h"
 #include "text/texts.h"
@@ -99,7 +98,7 @@ void finding_report::print_text(std::string_view file, const finding& finding, s
   held_ += paint.plain;
   if (finding.field != no_field) {
     append(held_, "field "), append(held_, finding.field);
-    append(held_, " ("), append(held_, field_names[finding.field]), append(held_, "): ");
+    append(held_, " ("), append(held_, mapping_columns[finding.field].name), append(held_, "): ");
   }
   append_visibly(held_, finding.text);
   append(held_, " ["), append(held_, row_of(finding.id).name), append(held_, "]\n");
@@ -113,7 +112,8 @@ void finding_report::print_json(std::string_view file, const finding& finding, s
   if (finding.field == no_field) {
     held_ += R"(null,"field_name":null)";
   } else {
-    held_ += message(finding.field, R"(,"field_name":")", field_names[finding.field], "\"");
+    held_ +=
+        message(finding.field, R"(,"field_name":")", mapping_columns[finding.field].name, "\"");
   }
   held_ += R"(,"text":)";
   append_json(held_, finding.text);
