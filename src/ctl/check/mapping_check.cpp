@@ -27,10 +27,10 @@ mapping_check::~mapping_check() {
   units_.link_channels();
 }
 
-bool mapping_check::check_line(line_reader::result got, std::string_view text) {
+bool mapping_check::check_line(line_result got, std::string_view text) {
   list_.clear();
   line_findings findings(++line_number_, text, list_);
-  const bool is_first = line_number_ == 1 && got != line_reader::result::too_long;
+  const bool is_first = line_number_ == 1 && got != line_result::too_long;
   if (is_first && check_start(findings)) return false;
   if (refuse_line(findings, got)) return true;
   check_read_line(findings);

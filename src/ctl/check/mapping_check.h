@@ -25,7 +25,7 @@ class mapping_check {
 
   // Examines the next line, as the line reader gave it. The result has its findings by column, and
   // is valid until the next line. False behind a line that makes the rest of the file meaningless.
-  bool check_line(line_reader::result got, std::string_view text);
+  bool check_line(line_result got, std::string_view text);
   const std::vector<finding>& findings() const noexcept { return list_; }
 
   std::int64_t points() const noexcept { return points_; }

@@ -3,7 +3,6 @@
 #include <limits>
 #include <string>
 #include <string_view>
-#include <utility>
 
 #include "command.h"
 #include "input.h"
@@ -88,8 +87,7 @@ std::optional<loaded_file> load_file(const char* path) {
   const std::string_view given = behind_mark(from(*content, root_start.size()));
   loaded_file loaded = {nullptr, false};
   if (!is_xml(given)) {
-    content->erase(0, root_start.size());
-    loaded.doc = load_mapping(path, std::move(*content));
+    loaded.doc = load_mapping(path, from(*content, root_start.size()));
   } else if (is_unit_file(given)) {
     *content += root_end;
     loaded.doc = parse(path, *content, false);

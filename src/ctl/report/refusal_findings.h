@@ -11,7 +11,7 @@ namespace ruvex {
 
 // Reports a line that is refused before its fields are looked at: one that is too long or holds a
 // NUL byte. Whether it is one.
-bool refuse_line(line_findings& findings, line_reader::result got);
+bool refuse_line(line_findings& findings, line_result got);
 
 // Reports the lines that the converter refuses, and has it go on with them.
 class refusal_findings final : public point_listener {
