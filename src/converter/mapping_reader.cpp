@@ -60,7 +60,8 @@ csv_result log_bad_line(line_result reason, std::int64_t line_number) noexcept {
   return csv_bad_line;
 }
 
-csv_result read_lines(int descriptor, unit_index& units) noexcept {
+csv_result read_lines(int descriptor) noexcept {
+  unit_index units(modUnits);
   std::int64_t line_number = 1;
   refusal_log log(line_number);
   point_reader reader(units);
@@ -100,9 +101,7 @@ int read_csv_file(const char* path) noexcept {
   if (S_ISDIR(status.st_mode)) return not_readable(csv_not_opened);
   const int descriptor = ::open(path, O_RDONLY | O_CLOEXEC);
   if (descriptor < 0) return not_readable(csv_not_opened);
-  unit_index units(modUnits);
-  const csv_result result = read_lines(descriptor, units);
-  units.link_channels();
+  const csv_result result = read_lines(descriptor);
   ::close(descriptor);
   return result;
 }

@@ -22,11 +22,6 @@ yax_cfg_ptr make_doc() noexcept {
 mapping_check::mapping_check() noexcept
     : doc_(make_doc()), units_(doc_->unit_list), reader_(units_) {}
 
-// What the index has noted belongs to nobody before it is linked.
-mapping_check::~mapping_check() {
-  units_.link_channels();
-}
-
 bool mapping_check::check_line(line_result got, std::string_view text) {
   list_.clear();
   line_findings findings(++line_number_, text, list_);

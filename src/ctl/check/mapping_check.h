@@ -19,7 +19,6 @@ namespace ruvex {
 class mapping_check {
  public:
   mapping_check() noexcept;
-  ~mapping_check();
   mapping_check(const mapping_check&) = delete;
   mapping_check& operator=(const mapping_check&) = delete;
 
@@ -33,7 +32,7 @@ class mapping_check {
  private:
   void check_read_line(line_findings& findings);
 
-  yax_cfg_ptr doc_;  // holds the units
+  yax_cfg_ptr doc_;  // holds the units and outlives their index
   unit_index units_;
   point_reader reader_;
   repeats repeats_;

@@ -17,12 +17,13 @@ namespace {
 
 // Reads the lines as the converter does and reports those that it refuses; false when there are
 // such lines.
-bool read_lines(const char* path, std::string_view content, unit_index& units) {
+bool read_lines(const char* path, std::string_view content, unit_cfg*& list) {
   finding_settings settings;
   settings.is_ignored[static_cast<std::size_t>(rule::description_cut)] = true;
   finding_report report(settings);
   std::vector<finding> findings;
   refusal_findings refusals;
+  unit_index units(list);
   point_reader reader(units);
   std::int64_t number = 0;
   const auto examine = [&](line_result got, std::string_view text) {
@@ -45,10 +46,7 @@ yax_cfg_ptr load_mapping(const char* path, std::string_view content) {
   prepare_heap(path);
   yax_cfg_ptr doc(make_record<yax_cfg>().release());
   if (doc == nullptr) end_without_memory();
-  unit_index units(doc->unit_list);
-  const bool is_sound = read_lines(path, content, units);
-  units.link_channels();  // what is linked is released with the document
-  if (!is_sound) return nullptr;
+  if (!read_lines(path, content, doc->unit_list)) return nullptr;
   return doc;
 }
 
