@@ -43,9 +43,7 @@ void mapping_check::check_read_line(line_findings& findings) {
   if (fields.count <= field_bit) return;
   const bool is_converted = read.is_added && read.code == csv_read;
   if (is_converted) ++points_;
-  const checked_point point = {fields, *read.chn, read.unit,
-                               classify_reference(read.chn->reg_num.view()),
-                               is_bit_type(fields.fields[field_data_type])};
+  const checked_point point = {fields, *read.chn, read.unit, read.reg_class, read.is_bit};
   check_characters(findings, point);
   if (is_header(fields)) {
     findings.add(rule::header_line, 1,
