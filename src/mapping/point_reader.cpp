@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "field_rules.h"
 #include "ruvex/cfg/decimal.h"
 #include "ruvex/cfg/defaults.h"
 
@@ -113,7 +114,7 @@ csv_result apply_field(mapping_point& point, const mapping_column& column,
 
 // Whether the rest of the line is to be read.
 bool goes_on_after(csv_result result, mapping_point& point, std::size_t field) noexcept {
-  if (point.code == csv_read) point.code = result;
+  if (point.code == csv_read || result == csv_no_memory) point.code = result;
   return point.listener.refused(result, field) && result != csv_no_memory;
 }
 
@@ -134,6 +135,10 @@ bool apply_fields(mapping_point& point, const mapping_line& line) noexcept {
   return !point.is_scaled || store_scaling(point, line);
 }
 
+point_result no_point(csv_result code) noexcept {
+  return {code, nullptr, nullptr, false, register_class::illegal, false};
+}
+
 }  // namespace
 
 chn_cfg csv_defaults() noexcept {
@@ -146,28 +151,26 @@ point_reader::point_reader(unit_index& units) noexcept : units_(units), defaults
 
 // The channel type and the write function follow from the reference and the register count.
 point_result point_reader::read(const mapping_line& line, point_listener& listener) noexcept {
-  if (line.count <= 1) return {csv_read, nullptr, nullptr, false};
+  if (line.count <= 1) return no_point(csv_read);
   if (spare_ != nullptr) {
     *spare_ = defaults_;
   } else if (spare_ = copy_record(defaults_); spare_ == nullptr) {
     listener.refused(csv_no_memory, field_label);
-    return {csv_no_memory, nullptr, nullptr, false};
+    return no_point(csv_no_memory);
   }
   chn_cfg& chn = *spare_;
   mapping_point point = {units_, listener, spare_, &chn, nullptr, false, false, csv_read};
-  if (apply_fields(point, line)) {
-    const register_class reg_class = classify_reference(chn.reg_num.view());
-    if (reg_class == register_class::illegal) {
-      goes_on_after(csv_illegal_reference, point, field_reference);
-    } else {
-      chn.chn_type = chn_types_[channel_type(reg_class, chn.bac_type.view())];
-      chn.reg_fcn = reg_fcns_[write_function(reg_class, chn.reg_size.view())];
-    }
+  const bool is_whole = apply_fields(point, line);
+  if (point.code == csv_no_memory) return no_point(csv_no_memory);  // `chn` may have been released
+  const register_class reg_class = classify_reference(chn.reg_num.view());
+  if (is_whole && reg_class == register_class::illegal) {
+    goes_on_after(csv_illegal_reference, point, field_reference);
+  } else if (is_whole) {
+    chn.chn_type = chn_types_[channel_type(reg_class, chn.bac_type.view())];
+    chn.reg_fcn = reg_fcns_[write_function(reg_class, chn.reg_size.view())];
   }
-  // Memory that runs out while a channel is added takes the channel with it.
-  const bool is_kept = point.code != csv_no_memory;
-  return {point.code, is_kept ? &chn : nullptr, point.unit == nullptr ? nullptr : point.unit->unit,
-          is_kept && spare_ == nullptr};
+  unit_cfg* const unit = point.unit != nullptr ? point.unit->unit : nullptr;
+  return {point.code, &chn, unit, spare_ == nullptr, reg_class, point.is_bit};
 }
 
 }  // namespace ruvex

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <climits>
 #include <cstdio>
+#include <cstring>
 
 #include "command.h"
 #include "input.h"
@@ -10,6 +11,8 @@
 #include "report/examine_lines.h"
 #include "report/findings.h"
 #include "ruvex/mapping/heap.h"
+#include "ruvex/mapping/line_reader.h"
+#include "ruvex/mapping/rules.h"
 #include "text/texts.h"
 
 namespace ruvex {
@@ -55,12 +58,13 @@ bool check_file(const char* path, finding_report& report, std::int64_t& points) 
   if (!file.is_open()) return false;
   prepare_heap(path);
   mapping_check check;
-  const bool is_read = examine_lines(path, file.descriptor(), report, check.findings(),
-                                     [&check](line_reader::result got, std::string_view text) {
-                                       return check.check_line(got, text);
-                                     });
+  line_reader lines(file.descriptor(), max_mapping_line);
+  examine_lines(
+      path, lines, report, check.findings(),
+      [&check](line_result got, std::string_view text) { return check.check_line(got, text); });
   points += check.points();
-  return is_read;
+  if (lines.error() != 0) complain("%s: %s", path, std::strerror(lines.error()));
+  return lines.error() == 0;
 }
 
 std::string counted(std::uint64_t count, std::string_view what) {

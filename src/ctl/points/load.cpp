@@ -4,7 +4,6 @@
 #include <limits>
 #include <string>
 #include <string_view>
-#include <utility>
 
 #include "command.h"
 #include "input.h"
@@ -79,7 +78,7 @@ std::optional<loaded_file> load_file(const char* path) {
   const std::string_view given = behind_mark(*content);
   loaded_file loaded = {nullptr, false};
   if (!is_xml(given)) {
-    loaded.doc = load_mapping(path, std::move(*content));
+    loaded.doc = load_mapping(path, *content);
   } else if (is_unit_file(given)) {
     content->insert(0, root_start);
     content->append(root_end);

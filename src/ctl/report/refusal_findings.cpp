@@ -21,16 +21,16 @@ std::string refused_reference(const mapping_line& line) {
 
 }  // namespace
 
-bool add_refused_line(line_findings& findings, line_reader::result got) {
-  if (got == line_reader::result::too_long) {
+bool add_refused_line(line_findings& findings, line_result got) {
+  if (got == line_result::too_long) {
     findings.add(
         rule::line_too_long, max_mapping_line + 1,
         message("the line is longer than ", max_mapping_line, " characters, which ruvex refuses"));
-  } else if (got == line_reader::result::holds_nul) {
+  } else if (got == line_result::holds_nul) {
     findings.add(rule::nul_byte, findings.text().find('\0') + 1,
                  "the line holds a NUL byte, which ruvex refuses");
   }
-  return got != line_reader::result::line;
+  return got != line_result::line;
 }
 
 bool refusal_findings::refused(csv_result reason, std::size_t field) noexcept {

@@ -11,7 +11,7 @@ namespace ruvex {
 
 // Adds the finding of a line that ruvex refuses before it looks at the fields: one that is too long
 // or holds a NUL byte. Whether it is one.
-bool add_refused_line(line_findings& findings, line_reader::result got);
+bool add_refused_line(line_findings& findings, line_result got);
 
 // Reports the lines that the converter refuses, and has it go on with them.
 class refusal_findings final : public point_listener {
