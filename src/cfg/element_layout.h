@@ -15,7 +15,7 @@
 #include <string_view>
 #include <utility>
 
-#include "ruvex/cfg/block_out.h"
+#include "block_out.h"
 #include "ruvex/cfg/fields.h"
 #include "ruvex/cfg/text.h"
 

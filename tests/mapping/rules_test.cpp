@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "field_rules.h"
 #include "gtest/gtest.h"
 
 namespace ruvex {

@@ -3,13 +3,14 @@
 #include <algorithm>
 #include <cstdlib>
 #include <list>
+#include <memory>
 #include <random>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "converter/unit_list.h"
-#include "ruvex/converter/mapping_reader.h"
+#include "ruvex/cfg/edit.h"
 
 namespace ruvex {
 namespace {
@@ -74,7 +75,8 @@ TEST(UnitIndex, ListsAreThoseOfAWalkForEveryLine) {
   const std::string ends[] = {"", "", " x", "/", ".5"};
   std::mt19937 random(7);
   const auto pick = [&random](const auto& texts) { return texts[random() % std::size(texts)]; };
-  unit_index index(modUnits);
+  const yax_cfg_ptr doc(make_record<yax_cfg>().release());
+  auto index = std::make_unique<unit_index>(doc->unit_list);
   model expected;
   for (int line = 0; line < 6000; ++line) {
     // Addresses far apart, since neighbours would never share a place in a table by hash. The
@@ -84,7 +86,7 @@ TEST(UnitIndex, ListsAreThoseOfAWalkForEveryLine) {
         line % 2 == 0 ? "5"
                       : pick(ip_addresses) + pick(signs) + std::to_string(address) + pick(ends);
     model_unit& unit = expected.find_or_add(field);
-    unit_slot* slot = index.find_or_add(parse_unit(field));
+    unit_slot* slot = index->find_or_add(parse_unit(field));
     ASSERT_NE(slot, nullptr);
     if (unit.unit == nullptr) unit.unit = slot->unit;
     ASSERT_EQ(unit.unit, slot->unit) << field;
@@ -95,12 +97,11 @@ TEST(UnitIndex, ListsAreThoseOfAWalkForEveryLine) {
     record_ptr<chn_cfg> chn = make_record<chn_cfg>();
     // The text of the mask is free to tell equal channels apart.
     ASSERT_TRUE(chn->reg_num.assign(reference) && chn->reg_mask.assign(arrival) &&
-                index.append(*slot, std::move(chn), mask));
+                index->append(*slot, std::move(chn), mask));
     unit.channels.push_back({number(reference), mask, reference + ":" + arrival});
   }
-  index.link_channels();
-  EXPECT_EQ(list_text(modUnits), expected.text());
-  free_units();
+  index.reset();
+  EXPECT_EQ(list_text(doc->unit_list), expected.text());
 }
 
 }  // namespace

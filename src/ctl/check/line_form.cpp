@@ -3,10 +3,9 @@
 #include <algorithm>
 #include <vector>
 
-#include "report/field_names.h"
 #include "text/cells.h"
+#include "text/characters.h"
 #include "text/texts.h"
-#include "text/utf_8.h"
 
 namespace ruvex {
 namespace {
@@ -65,7 +64,7 @@ void check_carriage_returns(line_findings& findings, std::string_view line) {
 
 std::string cell_name(std::size_t cell) {
   if (cell >= max_mapping_fields) return message("cell ", cell);
-  return message("cell ", cell, " (", field_names[cell], ")");
+  return message("cell ", cell, " (", mapping_columns[cell].name, ")");
 }
 
 // What is wrong with a cell for the converter, to which a quote is a separator; nothing for most.
