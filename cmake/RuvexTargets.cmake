@@ -6,10 +6,14 @@ target_compile_options(ruvex_options INTERFACE
   -ffile-prefix-map=${PROJECT_SOURCE_DIR}/= -ffile-prefix-map=${PROJECT_BINARY_DIR}/=build/)
 target_compile_definitions(ruvex_options INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
 if(RUVEX_SANITIZE)
+  set(RUVEX_SANITIZERS address,undefined)
+  if(RUVEX_SANITIZE STREQUAL "thread")
+    set(RUVEX_SANITIZERS thread)
+  endif()
   target_compile_options(ruvex_options INTERFACE
-    -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    -fsanitize=${RUVEX_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_compile_definitions(ruvex_options INTERFACE _GLIBCXX_ASSERTIONS)
-  target_link_options(ruvex_options INTERFACE -fsanitize=address,undefined)
+  target_link_options(ruvex_options INTERFACE -fsanitize=${RUVEX_SANITIZERS})
 else()
   target_compile_options(ruvex_options INTERFACE
     $<$<CONFIG:Release>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -fstack-protector-strong>)
