@@ -252,24 +252,11 @@ TEST_F(Sockets, ConnectingFailsInTimeAndCanBeTriedAgain) {
             std::string::npos);
 }
 
-TEST_F(Sockets, AcceptingEndsWithItsTimeOrItsReason) {
-  const socket_ptr listener(CreateAfInetServer(SOCK_STREAM, nullptr, 0));
-  const socket_ptr datagrams(CreateAfInetServer(SOCK_DGRAM, "127.0.0.1", 0));
-  EXPECT_EQ(outcome([&] { return sktAcceptTimeout(listener.get(), 20); }), "null ");
-  EXPECT_EQ(sktSetNonblocking(listener.get(), 1), 0);
-  EXPECT_EQ(outcome([&] { return sktAccept(listener.get()); }), "null ");
-  EXPECT_EQ(outcome([&] { return sktAccept(datagrams.get()); }),
-            "null Socket::Accept(void):accept(): Operation not supported\n");
-  EXPECT_EQ(sktSetDest(datagrams.get(), "127.0.0.1", port_of(datagrams)), 0);
-  EXPECT_EQ(sktSendC(datagrams.get(), 'x'), 1);
-  EXPECT_EQ(outcome([&] { return sktAcceptTimeout(datagrams.get(), 2000); }),
-            "null Socket::Accept(long):accept(): Operation not supported\n");
-}
-
 TEST_F(Sockets, ServersBindingAndTransfersFailWithTheirReason) {
   const socket_ptr server(CreateAfInetServer(SOCK_STREAM, "127.0.0.1", 0));
   const socket_ptr tcp(sktNew(AF_INET, SOCK_STREAM)), local(sktNew(AF_LOCAL, SOCK_STREAM)),
-      udp(sktNew(AF_INET, SOCK_DGRAM)), half(sktNew(AF_INET, SOCK_STREAM)),
+      udp(sktNew(AF_INET, SOCK_DGRAM)), readable(sktNew(AF_INET, SOCK_DGRAM)),
+      half(sktNew(AF_INET, SOCK_STREAM)),
       output(sktNew_PSEUDO(::open("/dev/null", O_WRONLY | O_CLOEXEC)));
   half->m_connected = 1;
   int reuse = 0;
@@ -279,9 +266,18 @@ TEST_F(Sockets, ServersBindingAndTransfersFailWithTheirReason) {
   const pair ends = connected_pair();
   char bytes[4] = {};
   const auto server_at = [](const char* address, int port) {
-    const socket_ptr made(CreateAfInetServer(SOCK_STREAM, address, port));
-    return made == nullptr ? -1 : 0;
+    return socket_ptr(CreateAfInetServer(SOCK_STREAM, address, port)) == nullptr ? -1 : 0;
   };
+  const auto accept = [](const socket_ptr& skt) {
+    return socket_ptr(sktAccept(skt.get())) == nullptr ? -1 : 0;
+  };
+  const auto accept_within = [](const socket_ptr& skt, long timeout_ms) {
+    return socket_ptr(sktAcceptTimeout(skt.get(), timeout_ms)) == nullptr ? -1 : 0;
+  };
+  EXPECT_EQ(sktSetNonblocking(server.get(), 1), 0);
+  EXPECT_EQ(sktBind_PORT(readable.get(), 0), 0);
+  EXPECT_EQ(sktSetDest(udp.get(), "127.0.0.1", port_of(readable)), 0);
+  EXPECT_EQ(sktSendC(udp.get(), 'x'), 1);
   const std::pair<std::function<int()>, std::string> rows[] = {
       {[&] { return server_at("127.0.0.1", port_of(server)); }, "bind(): Address already in use\n"},
       {[&] { return server_at(nullptr, port_of(server)); }, "bind(): Address already in use\n"},
@@ -294,6 +290,11 @@ TEST_F(Sockets, ServersBindingAndTransfersFailWithTheirReason) {
       {[&] { return sktBind_LOCAL(local.get(), nullptr); }, "sktBind_LOCAL():Null hostname\n"},
       {[&] { return sktListen(ends.client.get()); }, "listen(): Invalid argument\n"},
       {[&] { return sktListen(udp.get()); }, ""},
+      {[&] { return accept(server); }, ""},
+      {[&] { return accept_within(server, 20); }, ""},
+      {[&] { return accept(udp); }, "Socket::Accept(void):accept(): Operation not supported\n"},
+      {[&] { return accept_within(readable, 2000); },
+       "Socket::Accept(long):accept(): Operation not supported\n"},
       {[&] { return sktRecv(tcp.get(), bytes, 4); }, "Socket::Recv():Socket not connected\n"},
       {[&] { return sktSendC(tcp.get(), 'x'); }, "Socket::Send():Socket not connected\n"},
       {[&] { return sktRecv(half.get(), bytes, 4); },
