@@ -10,10 +10,9 @@
 namespace ruvex {
 
 // Sets where datagrams go: to a host name or dotted address and a port, of which the low 16 bits
-// count. With a local socket `host` is a local name, and `port` is not used. 0. -1 and "Unknown
-// host
-// ..." where the host cannot be resolved (the port has been set then); -1 and a message for a local
-// name that does not fit.
+// count. With a local socket `host` is a local name, and `port` is not used. 0. -1 and a message
+// ("Unknown host ...") where the host cannot be resolved; the port has been set then. -1 and a
+// message for a local name that does not fit.
 int sktSetDest(Socket* skt, const char* host, int port) noexcept;
 
 // Sets where datagrams go to an address of the socket's family: 0.
