@@ -5,6 +5,7 @@
 #include <iterator>
 
 #include "crc16.h"
+#include "ruvex/modbus/codes.h"
 
 namespace ruvex {
 namespace {
@@ -77,7 +78,7 @@ std::uint8_t read_hex(const std::uint8_t* digits) noexcept {
 
 std::int32_t ascii_unframe(const std::uint8_t* frame, std::size_t length,
                            std::uint8_t* output) noexcept {
-  if (length % 2 == 0 || length < ascii_overhead) return corrupt_frame;
+  if (length % 2 == 0 || length < ascii_overhead) return MOD_CORRUPT_FRAME;
   const std::size_t count = (length - ascii_overhead) / 2;
   const std::uint8_t* digits = frame + 1;
   std::uint8_t sum = 0;
@@ -86,7 +87,7 @@ std::int32_t ascii_unframe(const std::uint8_t* frame, std::size_t length,
     output[at] = read_hex(digits);  // in place it is behind the digits read
   }
   sum = static_cast<std::uint8_t>(sum + read_hex(digits));
-  return sum == 0 ? static_cast<std::int32_t>(count) : corrupt_frame;
+  return sum == 0 ? static_cast<std::int32_t>(count) : MOD_CORRUPT_FRAME;
 }
 
 // RTU.
@@ -133,10 +134,10 @@ void rtu_frame(byte_reader message, byte_writer& out) noexcept {
 
 std::int32_t rtu_unframe(const std::uint8_t* frame, std::size_t length,
                          std::uint8_t* output) noexcept {
-  if (length < rtu_shortest) return corrupt_frame;
+  if (length < rtu_shortest) return MOD_CORRUPT_FRAME;
   const std::size_t count = length - crc_size;
   const int received = frame[count] + 256 * frame[count + 1];
-  if (crc16(frame, static_cast<std::uint16_t>(count)) != received) return corrupt_frame;
+  if (crc16(frame, static_cast<std::uint16_t>(count)) != received) return MOD_CORRUPT_FRAME;
   return move_message(frame, count, output);
 }
 
@@ -174,7 +175,7 @@ void df1_frame(byte_reader message, byte_writer& out) noexcept {
 
 std::int32_t df1_unframe(const std::uint8_t* frame, std::size_t length,
                          std::uint8_t* output) noexcept {
-  if (length < 2 || frame[0] != DLE || frame[1] != STX) return corrupt_frame;
+  if (length < 2 || frame[0] != DLE || frame[1] != STX) return MOD_CORRUPT_FRAME;
   std::int32_t count = 0;
   for (std::size_t at = 2; at < length; ++at) {
     if (frame[at] == DLE) {
@@ -184,7 +185,7 @@ std::int32_t df1_unframe(const std::uint8_t* frame, std::size_t length,
     }
     output[count++] = frame[at];  // in place it is behind the character read
   }
-  return corrupt_frame;
+  return MOD_CORRUPT_FRAME;
 }
 
 // TCP: the message is the frame.

@@ -16,12 +16,10 @@ struct framing {
   std::size_t (*framed_length)(const std::uint8_t* message, std::size_t length) noexcept;
   void (*frame)(byte_reader message, byte_writer& out) noexcept;
   // Writes the message of a frame to `output`, which may be the frame itself, and returns its
-  // length; `corrupt_frame` when it is none.
+  // length; MOD_CORRUPT_FRAME when it is none.
   std::int32_t (*unframe)(const std::uint8_t* frame, std::size_t length,
                           std::uint8_t* output) noexcept;
 };
-
-inline constexpr std::int32_t corrupt_frame = -12;
 
 // Null for an unknown protocol.
 const framing* find_framing(std::uint8_t protocol) noexcept;

@@ -68,7 +68,7 @@ std::int32_t end_message(const byte_writer& out, std::uint8_t protocol, mod_mex&
   const auto length = static_cast<std::size_t>(out.position() - output);
   if (!is_whole || out.failed() || !fits_framed(protocol, output, length)) {
     set_exception(mex, MOD_ILLEGAL_DATA_VALUE);
-    return -1;
+    return MOD_FAILED;
   }
   if (protocol == MOD_TCP) {
     store_big(output + mbap_length_at, static_cast<std::uint16_t>(length - mbap_size));

@@ -9,7 +9,7 @@
 #include <cstdint>
 
 #include "payload.h"
-#include "ruvex/modbus/frame.h"
+#include "ruvex/modbus/codes.h"
 #include "ruvex/modbus/message.h"
 
 namespace ruvex {

@@ -67,7 +67,7 @@ mod_code read_response(const mod_function& row, mod_mex& mex, byte_reader& in) n
 
 std::int32_t refuse(mod_mex& mex, std::uint8_t code) noexcept {
   set_exception(mex, code);
-  return -1;
+  return MOD_FAILED;
 }
 
 }  // namespace

@@ -30,12 +30,12 @@ std::int32_t mod_waitRequest(mod_ctx* ctx) noexcept {
   std::uint8_t character = 0;
   std::int32_t expected = 0;
   while (ctx->recv_fn(ctx->handle, &character, 1) != -1) {
-    if (ctx->length == mod_buffer_size) return -1;
+    if (ctx->length == mod_buffer_size) return MOD_FAILED;
     mod_rxChar(ctx, character);
     expected = mod_requestLength(ctx->buffer, ctx->length);
     if (expected == ctx->length) return ctx->length;
   }
-  return expected == MOD_LEN_OPEN ? ctx->length : -1;
+  return expected == MOD_LEN_OPEN ? ctx->length : MOD_FAILED;
 }
 
 }  // namespace ruvex

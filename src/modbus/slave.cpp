@@ -124,7 +124,7 @@ std::int32_t mod_slaveMexToBin(std::uint8_t protocol, mod_mex* mex, std::uint8_t
   const mod_function* row = find_function(mex->fcn);
   if (row == nullptr) {
     set_exception(*mex, MOD_ILLEGAL_FUNCTION);
-    return -1;
+    return MOD_FAILED;
   }
   const bool is_whole = write_response(*row, *mex, out);
   return end_message(out, protocol, *mex, output, is_whole);
