@@ -1,6 +1,6 @@
 #include "ruvex/modbus/transaction.h"
 
-#include "functions.h"
+#include "conversion.h"
 #include "ruvex/modbus/frame.h"
 #include "ruvex/modbus/master.h"
 #include "ruvex/modbus/slave.h"
@@ -35,8 +35,7 @@ constexpr reception slave_reception = {
     mod_slaveBinToMex, {MOD_SLAVE_NO_FRAME, MOD_NO_REQUEST}, {MOD_SLAVE_CORRUPT, MOD_FAILED}, true};
 
 std::int32_t fail(mod_mex& mex, const failure& what) noexcept {
-  set_exception(mex, what.code);
-  return what.result;
+  return refuse(mex, what.code, what.result);
 }
 
 std::int32_t transmit(mod_ctx& ctx, mod_mex& mex, std::uint32_t flags, build_message build,
