@@ -35,7 +35,7 @@ TEST_F(ManualTest, ColumnsAndDataTypesAreThoseOfTheTables) {
   const std::string told = std::regex_replace(help.substr(help.find("The fields are:")),
                                               std::regex("(\\w+) scale low, (\\d+) high"),
                                               "$1 scale low, $2 $1 scale high");
-  EXPECT_EQ(rows_in(told, "(\\d+) ([A-Za-z ]+)[,.]", "$1 $2\n"), columns);
+  EXPECT_EQ(rows_in(told, "\\s(\\d+) ([A-Za-z ]+)[,.]", "$1 $2\n"), columns);
 }
 
 }  // namespace

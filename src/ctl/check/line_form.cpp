@@ -49,9 +49,9 @@ bool check_count(line_findings& findings, std::string_view line, const mapping_l
     findings.add(rule::one_field, 1, "the line has one field and adds nothing");
     return false;
   }
-  findings.add(
-      rule::few_fields, 1,
-      message("the line has ", fields.count, " fields and adds no point; 11 to 17 are needed"));
+  findings.add(rule::few_fields, 1,
+               message("the line has ", fields.count, " fields and adds no point; 11 to ",
+                       max_mapping_fields, " are needed"));
   return true;
 }
 
@@ -95,8 +95,9 @@ std::size_t check_cells(line_findings& findings, const std::vector<cell>& cells)
     }
   }
   if (used > max_mapping_fields) {
-    findings.add(rule::extra_cells, cells[max_mapping_fields].place.column,
-                 message("the line has ", used, " cells, and 17 are used at most"));
+    findings.add(
+        rule::extra_cells, cells[max_mapping_fields].place.column,
+        message("the line has ", used, " cells, and ", max_mapping_fields, " are used at most"));
   }
   if (used != cells.size()) {
     findings.add(rule::empty_end, cells[used].place.column,
