@@ -280,7 +280,7 @@ SimpleXmlTagHandler handler(SimpleXmlParser* parser, std::int32_t event, const c
   return handler;
 }
 
-yax_cfg* parse_xml_cfg(const char* document, std::int32_t length) noexcept {
+yax_cfg* parse_xml_cfg(const char* document, std::int32_t length, std::int32_t* end) noexcept {
   yax_cfg_ptr doc(make_record<yax_cfg>().release());
   if (doc == nullptr) return nullptr;
   init_yax_cfg(doc.get());
@@ -292,6 +292,7 @@ yax_cfg* parse_xml_cfg(const char* document, std::int32_t length) noexcept {
     report(parser.get(), state);
     return nullptr;
   }
+  if (end != nullptr) *end = parser->inputPosition;
   return doc.release();
 }
 

@@ -168,6 +168,21 @@ TEST(ReadXmlCfg, TakesEverySettingOfEveryTable) {
   expect_each_row(chn_elements, in_unit + "<chn_cfg>", "</chn_cfg>" + unit_end, "{[", "]}");
 }
 
+TEST(ParseXmlCfg, TellsWhereTheDocumentElementEnds) {
+  for (const std::string document : {"<yax_cfg/>", "<!-- </a> --><x>\n<y/></x\t>"}) {
+    for (const char* rest : {"", "\r\n", "<yax_cfg/>", "&"}) {
+      const std::string bytes = document + rest;
+      std::int32_t end = -1;
+      EXPECT_NE(yax_cfg_ptr(parse_xml_cfg(bytes.data(), int(bytes.size()), &end)), nullptr);
+      EXPECT_EQ(end, int(document.size())) << bytes;
+      testing::internal::CaptureStderr();
+      EXPECT_EQ(parse_xml_cfg(bytes.data(), int(document.size()) - 1, &(end = -1)), nullptr);
+      testing::internal::GetCapturedStderr();
+      EXPECT_EQ(end, -1) << "a failure leaves it";
+    }
+  }
+}
+
 TEST(ReadXmlCfg, APieceOfADocumentIsNone) {
   const yax_cfg_ptr doc(make_default_yax_cfg());
   while (doc->unit_list->chn_count > 1) del_chn_cfg(doc->unit_list, doc->unit_list->chn_list);

@@ -31,9 +31,12 @@ extern char yax_xml_parse_error[128];
 //     one line with the reason and the line number goes to standard error.
 yax_cfg* read_xml_cfg(const char* path) noexcept;
 
-// The same of a document in memory: `length` bytes (at least 1) at `document`, which are not
-// changed and stay the caller's.
-yax_cfg* parse_xml_cfg(const char* document, std::int32_t length) noexcept;
+// Reads a document in memory in the same way: `length` bytes (at least 1) at `document`, which are
+// not changed and stay the caller's. What follows the document element is not looked at: where
+// `end` is given, a success sets it to the number of bytes up to the end of that element, and a
+// failure leaves it as it was.
+yax_cfg* parse_xml_cfg(const char* document, std::int32_t length,
+                       std::int32_t* end = nullptr) noexcept;
 
 // The handler of every element of a read; its state is the top of the parser's user-data stack.
 SimpleXmlTagHandler handler(SimpleXmlParser* parser, std::int32_t event, const char* name,
