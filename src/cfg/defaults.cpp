@@ -2,7 +2,7 @@
 
 #include "link.h"
 #include "ruvex/cfg/decimal.h"
-#include "ruvex/cfg/member.h"
+#include "ruvex/cfg/fields.h"
 #include "ruvex/cfg/tables.h"
 #include "set_default.h"
 
@@ -44,7 +44,7 @@ constexpr type_defaults defaults_by_type[] = {
 // clang-format on
 
 struct common_default {
-  text_ref (*at)(chn_cfg&);
+  setting_ref<chn_cfg> at;
   const char* text;
 };
 

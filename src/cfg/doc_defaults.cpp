@@ -6,7 +6,7 @@
 #include "link.h"
 #include "ruvex/cfg/decimal.h"
 #include "ruvex/cfg/defaults.h"
-#include "ruvex/cfg/member.h"
+#include "ruvex/cfg/fields.h"
 #include "ruvex/cfg/tables.h"
 #include "set_default.h"
 

@@ -8,6 +8,7 @@
 // on, and no copy needs a loop.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -18,6 +19,7 @@
 #include "ruvex/cfg/block_out.h"
 #include "ruvex/cfg/fields.h"
 #include "ruvex/cfg/text.h"
+#include "ruvex/cfg/xml_writer.h"
 
 namespace ruvex {
 
@@ -59,8 +61,15 @@ inline char* copy_to(char* to, text_view setting) noexcept {
   return to + setting.length();
 }
 
-// One TAB for each of `level` levels.
-std::string_view tabs(unsigned level) noexcept;
+// One TAB for each of `level` levels, up to the deepest indentation.
+inline std::string_view tabs(unsigned level) noexcept {
+  static constexpr auto characters = [] {
+    std::array<char, max_tabs> tab_characters = {};
+    tab_characters.fill('\t');
+    return tab_characters;
+  }();
+  return {characters.data(), std::min(level, max_tabs)};
+}
 
 template <class Record>
 inline constexpr std::array<field<Record>, 0> no_fields = {};

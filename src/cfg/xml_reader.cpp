@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <memory>
 #include <string_view>
 
 #include "ruvex/cfg/doc_defaults.h"

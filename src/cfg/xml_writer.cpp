@@ -1,7 +1,8 @@
 #include "ruvex/cfg/xml_writer.h"
 
+#include <cerrno>
 #include <cstring>
-#include <memory>
+#include <string_view>
 
 #include "element_layout.h"
 #include "ruvex/cfg/tables.h"
@@ -18,12 +19,6 @@ constexpr int result_not_opened = 2;
 
 constexpr std::size_t block_size = 65536;
 constexpr std::size_t channel_block_size = 16384;
-
-constexpr std::array<char, max_tabs> tab_characters = [] {
-  std::array<char, max_tabs> characters = {};
-  characters.fill('\t');
-  return characters;
-}();
 
 constexpr auto serial_unit_attributes = rows_used<unit_attributes, field_use::written>();
 constexpr auto tcp_unit_attributes =
@@ -109,10 +104,6 @@ std::size_t channels_in_document(const unit_cfg& unit) noexcept {
 }
 
 }  // namespace
-
-std::string_view tabs(unsigned level) noexcept {
-  return {tab_characters.data(), std::min(level, max_tabs)};
-}
 
 char* tab_str(char (&buffer)[max_tabs + 1]) noexcept {
   const std::string_view indentation = tabs(cur_tab);

@@ -55,6 +55,10 @@ constexpr int tag_idx_sort(const tag_row& a, const tag_row& b) noexcept {
   return a.id < b.id ? -1 : a.id > b.id ? 1 : 0;
 }
 
+static_assert(tag_idx_sort({1, nullptr}, {2, nullptr}) == -1 &&
+              tag_idx_sort({2, nullptr}, {-1, nullptr}) == 1 &&
+              tag_idx_sort({5, nullptr}, {5, nullptr}) == 0);
+
 // Orders rows by their texts, byte for byte: negative, 0 or positive.
 constexpr int tag_str_sort(const tag_row& a, const tag_row& b) noexcept {
   return std::string_view(a.text).compare(b.text);

@@ -9,7 +9,6 @@
 #include "point_view.h"
 #include "ruvex/cfg/block_out.h"
 #include "ruvex/cfg/decimal.h"
-#include "ruvex/cfg/member.h"
 #include "text/json.h"
 #include "text/printable.h"
 
