@@ -74,6 +74,7 @@ const type_defaults* find_defaults(std::int32_t chn_type) noexcept {
   return nullptr;
 }
 
+// The reference is counted in 64 bits: an index may be any 32-bit number.
 void set_by_type(chn_cfg& chn, const type_defaults& row, std::int32_t index) noexcept {
   const std::int64_t reference = row.reg_first + std::int64_t{row.reg_step} * index;
   set_default(chn.chn_type, chk_chn_type, row.chn_type);

@@ -1,6 +1,6 @@
 // What stands where in a configuration document: for each record one table of its elements and one
-// of its attributes, in document order. The writer walks these tables and the reader looks tags up
-// in them; nothing else names the settings of a document.
+// of its attributes, in document order. The writer follows these tables and the reader looks tags
+// up in them, so a setting of a document is named here and nowhere else.
 #pragma once
 
 #include <algorithm>
@@ -173,7 +173,7 @@ inline constexpr auto written_chn_elements = rows_used<chn_elements, field_use::
 
 static_assert(written_doc_elements.size() == 31 && written_chn_elements.size() == 31);
 
-// Every tag but the three structural ones names a setting of some record.
+// Every tag except the three structural ones names a setting of some record.
 static_assert([] {
   std::array<bool, tag_count> named = {};
   const auto mark = [&named](const auto& rows) {
