@@ -11,7 +11,6 @@
 #include "output.h"
 #include "point_view.h"
 #include "ruvex/cfg/decimal.h"
-#include "ruvex/cfg/member.h"
 #include "text/characters.h"
 
 namespace ruvex {
