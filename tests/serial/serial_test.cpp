@@ -155,6 +155,7 @@ TEST_F(Serial, ConsoleIsStandardInputAndStaysOpen) {
   ::cfmakeraw(&raw);
   raw.c_cc[VMIN] = 0;
   EXPECT_EQ(parts(at_line()), parts(raw));
+  EXPECT_EQ(serRecvTimeout(port.get(), 0), 256);
   port.reset();
   EXPECT_EQ(parts(at_line()), before);
   expect_no_port(-1, 0, "serOpen:tcsetattr():: Input/output error\n", settings);

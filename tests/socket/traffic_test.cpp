@@ -27,7 +27,8 @@ extern "C" int __wrap_select(int count, fd_set* in, fd_set* out, fd_set* other, 
   if (before_select) std::exchange(before_select, nullptr)();
   const timespec limit = {time->tv_sec, time->tv_usec * 1000};
   const int ready = ::pselect(count, in, out, other, &limit, nullptr);
-  if (!std::exchange(select_finds_nothing, false)) return ready;
+  if (!select_finds_nothing) return ready;
+  select_finds_nothing = false;
   FD_ZERO(in);
   FD_ZERO(out);
   return 1;
