@@ -21,7 +21,6 @@
 #include "block_out.h"
 #include "ruvex/cfg/fields.h"
 #include "ruvex/cfg/text.h"
-#include "ruvex/cfg/xml_writer.h"
 
 namespace ruvex {
 
@@ -63,14 +62,17 @@ inline char* copy_to(char* to, text_view setting) noexcept {
   return to + setting.length();
 }
 
+// The deepest indentation that is written, in TABs.
+inline constexpr unsigned deepest_level = 127;
+
 // One TAB for each of `level` levels, up to the deepest indentation.
 inline std::string_view tabs(unsigned level) noexcept {
   static constexpr auto characters = [] {
-    std::array<char, max_tabs> tab_characters = {};
+    std::array<char, deepest_level> tab_characters = {};
     tab_characters.fill('\t');
     return tab_characters;
   }();
-  return {characters.data(), std::min(level, max_tabs)};
+  return {characters.data(), std::min(level, deepest_level)};
 }
 
 template <class Record>

@@ -106,6 +106,8 @@ std::size_t channels_in_document(const unit_cfg& unit) noexcept {
 
 }  // namespace
 
+static_assert(max_tabs == deepest_level);
+
 char* tab_str(char (&buffer)[max_tabs + 1]) noexcept {
   const std::string_view indentation = tabs(cur_tab);
   std::memcpy(buffer, indentation.data(), indentation.size());

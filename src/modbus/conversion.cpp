@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "framing.h"
-#include "functions.h"
+#include "layout/functions.h"
 
 namespace ruvex {
 

@@ -6,7 +6,7 @@
 #include <cstdint>
 
 #include "cursor.h"
-#include "payload.h"
+#include "layout/payload.h"
 #include "ruvex/modbus/codes.h"
 #include "ruvex/modbus/message.h"
 

@@ -5,7 +5,7 @@
 #include <iterator>
 
 #include "crc16.h"
-#include "functions.h"
+#include "layout/functions.h"
 #include "ruvex/modbus/codes.h"
 
 namespace ruvex {

@@ -1,7 +1,7 @@
 #include "ruvex/modbus/request.h"
 
 #include "framing.h"
-#include "functions.h"
+#include "layout/functions.h"
 #include "receive.h"
 
 namespace ruvex {

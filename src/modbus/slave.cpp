@@ -1,7 +1,7 @@
 #include "ruvex/modbus/slave.h"
 
 #include "conversion.h"
-#include "functions.h"
+#include "layout/functions.h"
 
 namespace ruvex {
 namespace {
