@@ -133,6 +133,7 @@ TEST_F(Serial, SettingsAreAppliedAndPutBack) {
     EXPECT_EQ(std::tuple(port->index, port->dev_name, port->speed, c_iflag, c_cflag),
               std::tuple(number - 10, path, code, input, control));
     EXPECT_EQ(::fcntl(port->fd, F_GETFL) & (O_ACCMODE | O_NONBLOCK), O_RDWR);
+    EXPECT_EQ(::fcntl(port->fd, F_GETFD), FD_CLOEXEC);
     EXPECT_EQ(parts(port->tio), std::tuple(input, 0, control | code, 0, min, time, code, code));
     termios line = at_line();
     EXPECT_EQ(::cfgetospeed(&line), code);

@@ -25,7 +25,7 @@ static bool select_finds_nothing = false;
 
 extern "C" int __wrap_select(int count, fd_set* in, fd_set* out, fd_set* other, timeval* time) {
   if (before_select) std::exchange(before_select, nullptr)();
-  const timespec limit = {time->tv_sec, time->tv_usec * 1000};
+  const timespec limit = {time->tv_sec, static_cast<long>(time->tv_usec * 1000)};
   const int ready = ::pselect(count, in, out, other, &limit, nullptr);
   if (!select_finds_nothing) return ready;
   select_finds_nothing = false;
