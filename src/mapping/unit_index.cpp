@@ -95,11 +95,11 @@ struct place {
 // Most lines name a unit that an earlier one has named, so a table of recent units comes first: it
 // spares the walk down the tree.
 //
-// A channel's place is looked for once, at the end. To insert each channel as it comes would take a
-// tree for every unit. Sorting takes one array, and none of the time where the lines of a unit are
-// in order already, as they mostly are. Until then channels are noted in one array for all units,
-// each with the number of the one before it in its unit: a number stays right when the array moves
-// as it grows, takes half the room of a pointer, and tells which of two equal channels came first.
+// Channels are put in order once, at the end. To insert each one as it comes would take a tree for
+// every unit; sorting takes one array, and hardly any time where the lines of a unit are in order
+// already, as they often are. Until then all channels are noted in one array, each with the number
+// of the one before it in its unit. A number stays right when the array grows and moves, which a
+// pointer would not, and it tells which of two equal channels came first.
 class unit_index::content {
  public:
   explicit content(unit_cfg*& list) noexcept
