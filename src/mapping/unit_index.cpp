@@ -92,14 +92,14 @@ struct place {
 
 // A unit has to be found for every line, and its place among the others for every new unit. A walk
 // along the list would take a million steps for the last of a million units; the tree takes twenty.
-// Most lines name a unit that an earlier one has named, so a table of recent units comes first: it
-// spares the walk down the tree.
+// Most lines name a unit that an earlier one has named. A table of recent units spares them the
+// walk down the tree, which is 5 % of the converter's instructions (10,000 points of 100 units).
 //
-// A channel's place is looked for once, at the end. To insert each channel as it comes would take a
-// tree for every unit. Sorting takes one array, and none of the time where the lines of a unit are
-// in order already, as they mostly are. Until then channels are noted in one array for all units,
-// each with the number of the one before it in its unit: a number stays right when the array moves
-// as it grows, takes half the room of a pointer, and tells which of two equal channels came first.
+// Channels are put in order once, at the end. To insert each one as it comes would take a tree for
+// every unit; sorting takes one array, and hardly any time where the lines of a unit are in order
+// already, as they often are. Until then all channels are noted in one array, each with the number
+// of the one before it in its unit. A number stays right when the array grows and moves, which a
+// pointer would not, and it tells which of two equal channels came first.
 class unit_index::content {
  public:
   explicit content(unit_cfg*& list) noexcept

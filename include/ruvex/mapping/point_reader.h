@@ -29,8 +29,8 @@ class point_listener {
   ~point_listener() = default;
 };
 
-// What a line gave. `chn` belongs to the list when it is added, and else to the reader, until the
-// next line.
+// What a line gave. The list owns `chn` when it is added. Otherwise the reader owns it, and it is
+// valid until the next line.
 struct point_result {
   csv_result code;           // csv_read, or why the line was refused: the first reason, or memory
   const chn_cfg* chn;        // null for a line with fewer than two fields, and without memory
