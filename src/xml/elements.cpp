@@ -3,7 +3,6 @@
 #include <string_view>
 
 #include "element_stack.h"
-#include "ruvex/xml/parser.h"
 #include "ruvex/xml/tokenizer.h"
 #include "scan.h"
 
@@ -206,6 +205,11 @@ int find_document_tag(SimpleXmlParser* parser) noexcept {
 }
 
 }  // namespace
+
+SimpleXmlTagHandler simpleXmlNopHandler(SimpleXmlParser*, std::int32_t, const char*, const char*,
+                                        const char*) {
+  return simpleXmlNopHandler;
+}
 
 int parseOneTag(SimpleXmlParser* parser, SimpleXmlTagHandler handler) noexcept {
   const SimpleXmlValueBuffer& name = *parser->valueBuffer;

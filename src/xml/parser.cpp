@@ -133,9 +133,4 @@ void* simpleXmlGetUserDataAt(const SimpleXmlParser* parser, std::int32_t level) 
   return parser->userDataStack.values[parser->userDataStack.count - 1 - level];
 }
 
-SimpleXmlTagHandler simpleXmlNopHandler(SimpleXmlParser*, std::int32_t, const char*, const char*,
-                                        const char*) {
-  return simpleXmlNopHandler;
-}
-
 }  // namespace ruvex

@@ -74,11 +74,6 @@ void* simpleXmlPopUserData(SimpleXmlParser* parser) noexcept;
 void* simpleXmlGetUserData(const SimpleXmlParser* parser) noexcept;
 void* simpleXmlGetUserDataAt(const SimpleXmlParser* parser, std::int32_t level) noexcept;
 
-// Ignores an element with everything in it, which is still read and checked. Returns itself.
-SimpleXmlTagHandler simpleXmlNopHandler(SimpleXmlParser* parser, std::int32_t event,
-                                        const char* name, const char* attribute_name,
-                                        const char* value);
-
 // What the operations above forward to; the results are theirs, but for parseSimpleXml
 // (elements.h).
 SimpleXmlParser* createSimpleXmlParser(const char* document, std::int32_t length) noexcept;

@@ -102,4 +102,9 @@ class SimpleXmlTagHandler {
   function call_ = nullptr;
 };
 
+// Ignores an element with everything in it, which is still read and checked. Returns itself.
+SimpleXmlTagHandler simpleXmlNopHandler(SimpleXmlParser* parser, std::int32_t event,
+                                        const char* name, const char* attribute_name,
+                                        const char* value);
+
 }  // namespace ruvex
