@@ -189,7 +189,7 @@ std::int32_t df1_unframe(const std::uint8_t* frame, std::size_t length,
 bool tcp_ends(mod_ctx& ctx, std::uint8_t character) noexcept {
   if (ctx.expected != 0) return reaches_expected(ctx, character);
   if (ctx.length == mbap_size) {
-    const int rest = load_big<std::uint16_t>(ctx.buffer + mbap_length_at);
+    const std::size_t rest = load_big<std::uint16_t>(ctx.buffer + mbap_length_at);
     ctx.expected = static_cast<std::int16_t>(mbap_size + rest);
   }
   return go_on(ctx, character);
