@@ -55,6 +55,7 @@ byte_reader data_reader(const mod_mex& mex) noexcept {
   return {mex.data, mod_data_size};
 }
 
+// The reader is asked first, since a function code without a payload takes nothing and cannot fail.
 mod_code read_payload(const payload_coder& coder, byte_reader& in, mod_mex& mex,
                       std::uint16_t count, std::size_t offset) noexcept {
   byte_writer data(mex.data + offset, mod_data_size - offset);

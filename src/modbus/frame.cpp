@@ -6,7 +6,8 @@
 namespace ruvex {
 namespace {
 
-// Stores a character where there is room. Whether it completes the frame.
+// Stores a character where there is room. Whether it completes the frame. The length is the
+// caller's to change as well, so nothing is taken for granted about it.
 bool take(mod_ctx& ctx, std::uint8_t character, end_rule ends) noexcept {
   if (ctx.length < 0 || ctx.length >= mod_buffer_size) return false;
   ctx.buffer[ctx.length++] = character;
@@ -67,7 +68,7 @@ std::int32_t mod_binToTx(std::uint8_t protocol, std::int32_t length, const std::
 std::int16_t mod_rxToBin(std::uint8_t protocol, std::int32_t length, const std::uint8_t* frame,
                          std::uint8_t* output) noexcept {
   const framing& row = framing_of(protocol);
-  if (&row == &unknown_framing) return 0;
+  if (&row == &unknown_framing) return 0;  // before the length: it has no frames to be corrupt
   if (length < 0 || length > mod_buffer_size) return MOD_CORRUPT_FRAME;
   return static_cast<std::int16_t>(row.unframe(frame, static_cast<std::size_t>(length), output));
 }

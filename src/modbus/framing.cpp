@@ -98,7 +98,9 @@ std::int32_t ascii_unframe(const std::uint8_t* frame, std::size_t length,
 // RTU.
 
 constexpr std::size_t crc_size = 2;
-constexpr std::size_t rtu_shortest = 5;  // address, function, exception code, CRC
+// Address, function, exception code, CRC. No function code here has less than an exception, so what
+// is shorter is noise.
+constexpr std::size_t rtu_shortest = 5;
 
 using length_of = const frame_length& (*)(std::uint8_t fcn) noexcept;
 
@@ -189,7 +191,9 @@ std::int32_t df1_unframe(const std::uint8_t* frame, std::size_t length,
 bool tcp_ends(mod_ctx& ctx, std::uint8_t character) noexcept {
   if (ctx.expected != 0) return reaches_expected(ctx, character);
   if (ctx.length == mbap_size) {
-    const int rest = load_big<std::uint16_t>(ctx.buffer + mbap_length_at);
+    const std::size_t rest = load_big<std::uint16_t>(ctx.buffer + mbap_length_at);
+    // A length that wraps below 0 ends the frame with the next character. Its message is too short
+    // then for any function code, and refused.
     ctx.expected = static_cast<std::int16_t>(mbap_size + rest);
   }
   return go_on(ctx, character);

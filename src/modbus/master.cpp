@@ -75,6 +75,7 @@ std::int32_t mod_masterBinToMex(std::uint8_t protocol, mod_mex* mex, const std::
     if (!in.failed()) return refuse(*mex, code);
   }
   if (in.failed()) return refuse(*mex, MOD_ILLEGAL_DATA_VALUE);
+  // A function code that was not asked for is no failure: comparing is the application's decision.
   const mod_function* row = find_asked(mex->fcn);
   if (row == nullptr || row->master != master_use::reads) return 0;
   const mod_code code = read_response(*row, *mex, in);

@@ -109,6 +109,7 @@ std::int32_t mod_slaveBinToMex(std::uint8_t protocol, mod_mex* mex, const std::u
 std::int32_t mod_slaveMexToBin(std::uint8_t protocol, mod_mex* mex, std::uint8_t* output) noexcept {
   byte_writer out(output, mod_buffer_size);
   begin_message(out, protocol, *mex);
+  // Also of an unknown function code: that is how a slave refuses one.
   if ((mex->fcn & exception_bit) != 0) {
     out.u8(mex->data[0]);
     return end_message(out, protocol, *mex, output, true);

@@ -85,6 +85,7 @@ std::int32_t mod_masterTxRx(mod_ctx* ctx, mod_mex* mex) noexcept {
   // transport's.
   if (mod_masterTx(ctx, mex, 0) != 0) return mex->data[0];
   if (mod_masterRx(ctx, mex, 0) == 0) return 0;
+  // No pause: who got no answer has waited for the time-out, and who got one need not wait.
   *mex = request;
   SysLog("COM Retry: slave %d\n", mex->addr);
   if (mod_masterTx(ctx, mex, 0) != 0) return mex->data[0];

@@ -60,6 +60,7 @@ std::int32_t mod_socketRecv(void* descriptor, void* buffer, std::int32_t length)
   return got < 1 ? -1 : static_cast<std::int32_t>(got);
 }
 
+// MSG_NOSIGNAL, since a library must not end its program because a peer has gone.
 std::int32_t mod_socketSend(void* descriptor, const void* buffer, std::int32_t length) noexcept {
   const int fd = *static_cast<const int*>(descriptor);
   const auto* next = static_cast<const char*>(buffer);

@@ -113,14 +113,12 @@ TEST(Receive, EndsAFrameByItsProtocol) {
       {responses, MOD_RTU, "01 03 04 04 05 06 07 08 09 00", 9, 1},
       {responses, MOD_RTU, "01 04 04 04 05 06 07 08 09", 9, 0},
       {responses, MOD_RTU, "01 64 03 04 05 06 07 08 09", 9, 0},
-      {responses, MOD_RTU, "01 6C 02 04 05 06 07 08 09", 9, 0},
       {responses, MOD_RTU, "01 07", 2, 0},
       {requests, MOD_RTU, "01 03 00 6B 00 03 76 87 01", 8, 1},
       {requests, MOD_RTU, "01 01 00 00 00 01 00 00 01", 8, 1},
       {requests, MOD_RTU, "01 06 00 00 00 01 00 00 01", 8, 1},
       {requests, MOD_RTU, "01 10 00 00 00 01 02 00 01 00 00 01", 11, 1, 7},
       {requests, MOD_RTU, "01 0F 00 00 00 01 00 00 00 00", 9, 1, 7},
-      {requests, MOD_RTU, "01 64 00 00 00 01 00 00", 8, 0},
       {requests, MOD_RTU, "01 83 00 00 00 01 00 00", 8, 0},
       {responses, MOD_TCP, "00 01 00 00 00 06 01 03 00 00 00 0A 00", 12, 1},
       {responses, MOD_TCP, "00 01 00 00 00 00 01 03", 7, 1},
@@ -155,6 +153,11 @@ TEST(Receive, EndsAFrameByItsProtocol) {
         EXPECT_EQ(mod_rxChar(&line.ctx, bytes[size]), is_last ? row.length : 0) << row.bytes;
       }
     }
+  }
+  for (std::uint8_t fcn = 100; fcn <= 108; ++fcn) {  // the codec's own: open in both directions
+    const byte_list start = {1, fcn};
+    scripted_line line(MOD_RTU, start);
+    EXPECT_EQ(mod_waitPacket(&line.ctx) + mod_requestLength(start.data(), 2), 2 + MOD_LEN_OPEN);
   }
 }
 

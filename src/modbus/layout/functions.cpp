@@ -34,26 +34,26 @@ constexpr quantity_limit block = {mod_data_size, MOD_NEGATIVE_ACKNOWLEDGE};
 // line has one rule for all of them. The references that 104 and 105 answer with are no mistakes to
 // be put right: partners expect them.
 //
-// Code, use by a master, request (layout, length, payload), response (layout, length, reference,
-// payload), quantity.
+// Code, use by a master, quantity, request (layout, length, payload), response (layout, length,
+// reference, payload).
 // clang-format off
 constexpr mod_function functions[] = {
-    {  1, reads,  {req::quantity, fixed(8),    &none},           {res::counted,        count_at(2), echoed,    &bits},           few},
-    {  2, reads,  {req::quantity, fixed(8),    &none},           {res::counted,        count_at(2), echoed,    &bits},           few},
-    {  3, reads,  {req::quantity, fixed(8),    &none},           {res::counted,        count_at(2), echoed,    &registers},      few},
-    {  4, reads,  {req::quantity, fixed(8),    &none},           {res::counted,        count_at(2), echoed,    &registers},      few},
-    {  5, writes, {req::coil,     fixed(8),    &none},           {res::coil,           fixed(8),    echoed,    &none},           one},
-    {  6, writes, {req::fixed,    fixed(8),    &registers},      {res::fixed,          fixed(8),    echoed,    &registers},      one},
-    { 15, writes, {req::counted,  count_at(6), &bits},           {res::quantity,       fixed(8),    echoed,    &none},           any},
-    { 16, writes, {req::counted,  count_at(6), &registers},      {res::quantity,       fixed(8),    echoed,    &none},           few},
-    {100, reads,  {req::quantity, open,        &none},           {res::quantity,       open,        echoed,    &strings},        any},
-    {101, writes, {req::quantity, open,        &strings},        {res::quantity,       open,        echoed,    &none},           any},
-    {102, reads,  {req::quantity, open,        &registers},      {res::quantity,       open,        echoed,    &strings},        any},
-    {104, reads,  {req::quantity, open,        &bytes},          {res::quantity,       open,        zero,      &bytes},          block},
-    {105, reads,  {req::quantity, open,        &words_or_bytes}, {res::quantity,       open,        unshifted, &words_or_bytes}, any},
-    {106, reads,  {req::value,    open,        &registers},      {res::short_quantity, open,        echoed,    &strings},        any},
-    {107, reads,  {req::value,    open,        &entries},        {res::short_quantity, open,        echoed,    &none},           any},
-    {108, never,  {req::quantity, open,        &none},           {res::counted,        open,        echoed,    &registers},      few},
+    {  1, reads,  few,   {req::quantity, fixed(8),    &none},           {res::counted,        count_at(2), echoed,    &bits}},
+    {  2, reads,  few,   {req::quantity, fixed(8),    &none},           {res::counted,        count_at(2), echoed,    &bits}},
+    {  3, reads,  few,   {req::quantity, fixed(8),    &none},           {res::counted,        count_at(2), echoed,    &registers}},
+    {  4, reads,  few,   {req::quantity, fixed(8),    &none},           {res::counted,        count_at(2), echoed,    &registers}},
+    {  5, writes, one,   {req::coil,     fixed(8),    &none},           {res::coil,           fixed(8),    echoed,    &none}},
+    {  6, writes, one,   {req::fixed,    fixed(8),    &registers},      {res::fixed,          fixed(8),    echoed,    &registers}},
+    { 15, writes, any,   {req::counted,  count_at(6), &bits},           {res::quantity,       fixed(8),    echoed,    &none}},
+    { 16, writes, few,   {req::counted,  count_at(6), &registers},      {res::quantity,       fixed(8),    echoed,    &none}},
+    {100, reads,  any,   {req::quantity, open,        &none},           {res::quantity,       open,        echoed,    &strings}},
+    {101, writes, any,   {req::quantity, open,        &strings},        {res::quantity,       open,        echoed,    &none}},
+    {102, reads,  any,   {req::quantity, open,        &registers},      {res::quantity,       open,        echoed,    &strings}},
+    {104, reads,  block, {req::quantity, open,        &bytes},          {res::quantity,       open,        zero,      &bytes}},
+    {105, reads,  any,   {req::quantity, open,        &words_or_bytes}, {res::quantity,       open,        unshifted, &words_or_bytes}},
+    {106, reads,  any,   {req::value,    open,        &registers},      {res::short_quantity, open,        echoed,    &strings}},
+    {107, reads,  any,   {req::value,    open,        &entries},        {res::short_quantity, open,        echoed,    &none}},
+    {108, never,  few,   {req::quantity, open,        &none},           {res::counted,        open,        echoed,    &registers}},
 };
 // clang-format on
 

@@ -76,9 +76,9 @@ struct quantity_limit {
 struct mod_function {
   std::uint8_t fcn;
   master_use master;
+  quantity_limit quantity;
   request_form request;
   response_form response;
-  quantity_limit quantity;
 };
 
 inline constexpr std::uint8_t function_at = 1;  // in a message without header

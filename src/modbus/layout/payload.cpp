@@ -102,6 +102,7 @@ std::size_t size_of_strings(const byte_reader& in, std::uint16_t count,
   return in.left() - ahead.left();
 }
 
+// Measured before they are moved: some of the strings would be a list that nobody has sent.
 bool copy_strings(byte_reader& in, byte_writer& out, std::uint16_t count) noexcept {
   return copy(in, out, size_of_strings(in, count, 0));
 }
