@@ -105,12 +105,12 @@ void serve(mod_mex& mex, std::uint8_t (&kinds)[4][200]) {
   const bool is_read = mex.fcn <= 4, is_coil = mex.fcn == 1 || mex.fcn == 5 || mex.fcn == 15;
   const int kind = is_coil ? 0 : mex.fcn == 2 ? 1 : mex.fcn == 4 ? 3 : 2;
   const std::size_t size = kind < 2 ? 1 : 2, first = (mex.ref - 1U) * size;
-  std::uint8_t* const own = kinds[kind] + first;
   if (first + mex.count * size > 100 * size) {
     mex.fcn |= 0x80, mex.data[0] = MOD_ILLEGAL_DATA_ADDRESS;
-  } else {
-    std::memcpy(is_read ? mex.data : own, is_read ? own : mex.data, mex.count * size);
+    return;
   }
+  std::uint8_t* const own = kinds[kind] + first;
+  std::memcpy(is_read ? mex.data : own, is_read ? own : mex.data, mex.count * size);
 }
 
 // Serves until the peer is gone; a terminal is never gone.
