@@ -4,17 +4,15 @@
 
 namespace ruvex {
 
-void output::flush() noexcept {
-  std::string_view rest = held_;
-  while (!rest.empty() && error_ == 0) {
-    const ssize_t count = ::write(descriptor_, rest.data(), rest.size());
+void output::write(std::string_view bytes) noexcept {
+  while (!bytes.empty() && error_ == 0) {
+    const ssize_t count = ::write(descriptor_, bytes.data(), bytes.size());
     if (count > 0) {
-      rest.remove_prefix(static_cast<std::size_t>(count));
+      bytes.remove_prefix(static_cast<std::size_t>(count));
     } else if (count == 0 || errno != EINTR) {
       error_ = count == 0 ? EIO : errno;
     }
   }
-  held_.clear();
 }
 
 }  // namespace ruvex

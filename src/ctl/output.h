@@ -19,12 +19,19 @@ class output {
   output& operator=(const output&) = delete;
 
   void put(std::string_view bytes) {
-    held_ += bytes;
-    if (held_.size() >= block) flush();
+    if (held_.size() + bytes.size() > block) flush();
+    if (bytes.size() > block) {
+      write(bytes);
+    } else {
+      held_ += bytes;
+    }
   }
 
   // Writes what is held back.
-  void flush() noexcept;
+  void flush() noexcept {
+    write(held_);
+    held_.clear();
+  }
 
   // The same at the end of the output. Gives the errno of the first write that failed; 0 when every
   // byte has reached its place.
@@ -35,6 +42,8 @@ class output {
 
  private:
   static constexpr std::size_t block = 65536;
+
+  void write(std::string_view bytes) noexcept;
 
   const int descriptor_;
   int error_ = 0;

@@ -68,9 +68,8 @@ TEST_F(CommandTest, WhatCannotBeReadOrWrittenIsTrouble) {
 }
 
 TEST_F(CommandTest, TheNameOfAFileCommandsNoTerminalAndBeginsNoLine) {
-  const std::string name = "a\x1B[2J\n\xC2\x9B.csv";
-  write(name, {"ab\0\n", 4});
-  const std::string file = path(name);
+  const std::string file = path("a\x1B[2J\n\xC2\x9B.csv");
+  write(file, {"ab\0\n", 4});
   const std::string shown = path("a\\x1B[2J\\x0A\\xC2\\x9B.csv");
   const std::string nul =
       shown + ":1:3: error: the line holds a NUL byte, which ruvex refuses [nul-byte]\n";

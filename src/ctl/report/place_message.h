@@ -1,4 +1,4 @@
-// Messages about a place in a file, in the form that editors and compilers have made known:
+// Messages about a place in a file, in the form that compilers use and editors understand:
 // PATH:LINE:COLUMN: KIND: TEXT. Every such message of the program is printed here.
 //
 // Four words that this program's code keeps apart:
