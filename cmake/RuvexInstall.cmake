@@ -4,11 +4,12 @@
 include(CMakePackageConfigHelpers)
 
 get_property(modules GLOBAL PROPERTY RUVEX_MODULES)
-install(TARGETS ${modules} EXPORT ruvex ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+list(TRANSFORM modules PREPEND ruvex_ OUTPUT_VARIABLE libraries)
+install(TARGETS ${libraries} EXPORT ruvex ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(EXPORT ruvex NAMESPACE ruvex:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/ruvex
         FILE ruvex-targets.cmake)
-file(WRITE ${PROJECT_BINARY_DIR}/ruvex-config.cmake
-     "include(\"\${CMAKE_CURRENT_LIST_DIR}/ruvex-targets.cmake\")\n")
+configure_file(${PROJECT_SOURCE_DIR}/cmake/ruvex-config.cmake.in
+               ${PROJECT_BINARY_DIR}/ruvex-config.cmake @ONLY)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/ruvex-config-version.cmake
                                  COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/ruvex-config.cmake
@@ -17,10 +18,9 @@ install(FILES ${PROJECT_BINARY_DIR}/ruvex-config.cmake
 
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
-set(libraries "")
-foreach(module IN LISTS modules)
-  string(PREPEND libraries "-l${module} ")  # those that stand above come first
-endforeach()
+list(REVERSE libraries)  # those that stand above come first
+list(TRANSFORM libraries PREPEND -l)
+list(JOIN libraries " " libraries)
 # Relative, since the prefix may be chosen as late as in `cmake --install --prefix`.
 file(RELATIVE_PATH prefix_from_pkgconfig /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
 configure_file(${PROJECT_SOURCE_DIR}/cmake/ruvex.pc.in ${PROJECT_BINARY_DIR}/ruvex.pc @ONLY)

@@ -1,32 +1,34 @@
-# How every target of the project is compiled.
+# How every target of the project is compiled. Whether a warning is an error is the presets' matter.
 
 add_library(ruvex_options INTERFACE)
 target_compile_options(ruvex_options INTERFACE
-  -Wall -Wextra -Wconversion -Wshadow -Wpedantic -Werror
+  -Wall -Wextra -Wconversion -Wshadow -Wpedantic
   -ffile-prefix-map=${PROJECT_SOURCE_DIR}/= -ffile-prefix-map=${PROJECT_BINARY_DIR}/=build/)
 target_compile_definitions(ruvex_options INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
 if(RUVEX_SANITIZE)
   target_compile_options(ruvex_options INTERFACE
-    -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    -fsanitize=${RUVEX_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_compile_definitions(ruvex_options INTERFACE _GLIBCXX_ASSERTIONS)
-  target_link_options(ruvex_options INTERFACE -fsanitize=address,undefined)
+  target_link_options(ruvex_options INTERFACE -fsanitize=${RUVEX_SANITIZE})
 else()
-  target_compile_options(ruvex_options INTERFACE
-    $<$<CONFIG:Release>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -fstack-protector-strong>)
   target_link_options(ruvex_options INTERFACE -Wl,-z,relro,-z,now)
 endif()
 if(RUVEX_COVERAGE)
   target_compile_options(ruvex_options INTERFACE --coverage)
   target_link_options(ruvex_options INTERFACE --coverage)
 endif()
-if(RUVEX_FUZZ)
-  target_compile_options(ruvex_options INTERFACE -fsanitize=fuzzer-no-link)
-endif()
 
 # What the product itself is built with: it throws nothing and asks no type at run time.
 add_library(ruvex_product_options INTERFACE)
 target_link_libraries(ruvex_product_options INTERFACE ruvex_options)
 target_compile_options(ruvex_product_options INTERFACE -fno-exceptions -fno-rtti)
+if(NOT RUVEX_SANITIZE)
+  target_compile_options(ruvex_product_options INTERFACE
+    $<$<CONFIG:Release>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -fstack-protector-strong>)
+endif()
+if(RUVEX_FUZZ)
+  target_compile_options(ruvex_product_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
 
 # ruvex_module(NAME [INTERNAL] SOURCES... [USES MODULE...]): the library ruvex::NAME of the folder it
 # stands in. It sees the interface, include/ruvex/, and the inner headers of its own folder, and
@@ -50,11 +52,11 @@ function(ruvex_module name)
     target_link_libraries(ruvex_${name} PUBLIC ruvex_${used})
   endforeach()
   if(NOT arg_INTERNAL)
-    set_property(GLOBAL APPEND PROPERTY RUVEX_MODULES ruvex_${name})
+    set_property(GLOBAL APPEND PROPERTY RUVEX_MODULES ${name})
   endif()
 endfunction()
 
-# ruvex_program(NAME SOURCES... USES MODULE...): an installed program.
+# ruvex_program(NAME SOURCES... USES MODULE...): a program, installed with the rest.
 function(ruvex_program name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "USES")
   add_executable(${name} ${arg_UNPARSED_ARGUMENTS})
@@ -68,5 +70,7 @@ function(ruvex_program name)
     # No shared C++ runtime: most of a short run would be spent in loading it.
     target_link_options(${name} PRIVATE -static-libstdc++ -static-libgcc)
   endif()
-  install(TARGETS ${name} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  if(RUVEX_INSTALL)
+    install(TARGETS ${name} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  endif()
 endfunction()

@@ -36,11 +36,11 @@ verdict check(const memory_file& csv, std::size_t size) {
   mapping_check check;
   line_reader lines(descriptor, max_mapping_line);
   std::string_view text;
-  line_reader::result got;
+  line_result got;
   bool goes_on = true;
-  while (goes_on && (got = lines.next(text)) != line_reader::result::end) {
+  while (goes_on && (got = lines.next(text)) != line_result::end) {
     goes_on = check.check_line(got, text);
-    if (got == line_reader::result::too_long) lines.skip_line();
+    if (got == line_result::too_long) lines.skip_line();
     for (const finding& finding : check.findings()) {
       require(finding.column >= 1 && finding.column <= std::max(size, max_mapping_line) + 1,
               "a column lies within the line");

@@ -1,11 +1,11 @@
-// The input is a script that drives a container beside a model of it (tests/util).
+// The input is a script that drives a container beside a model of it.
 
 #include <cstdint>
 #include <string>
 #include <string_view>
 
+#include "container_script.h"
 #include "require.h"
-#include "util/container_script.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view script(reinterpret_cast<const char*>(data), size);

@@ -28,7 +28,7 @@ void require_strict_form(std::string_view lines) {
   while (!lines.empty()) {
     const std::size_t length = lines.find('\n') + 1;
     require(length != 0 && length <= max_mapping_line, "a line has its end, and the length");
-    check.check_line(line_reader::result::line, lines.substr(0, length));
+    check.check_line(line_result::line, lines.substr(0, length));
     for (const finding& finding : check.findings()) {
       require(std::find(std::begin(form_rules), std::end(form_rules), finding.id) ==
                   std::end(form_rules),

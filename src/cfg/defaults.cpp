@@ -2,7 +2,7 @@
 
 #include "link.h"
 #include "ruvex/cfg/decimal.h"
-#include "ruvex/cfg/member.h"
+#include "ruvex/cfg/fields.h"
 #include "ruvex/cfg/tables.h"
 #include "set_default.h"
 
@@ -44,7 +44,7 @@ constexpr type_defaults defaults_by_type[] = {
 // clang-format on
 
 struct common_default {
-  text_ref (*at)(chn_cfg&);
+  setting_ref<chn_cfg> at;
   const char* text;
 };
 
@@ -74,6 +74,7 @@ const type_defaults* find_defaults(std::int32_t chn_type) noexcept {
   return nullptr;
 }
 
+// The reference is counted in 64 bits: an index may be any 32-bit number.
 void set_by_type(chn_cfg& chn, const type_defaults& row, std::int32_t index) noexcept {
   const std::int64_t reference = row.reg_first + std::int64_t{row.reg_step} * index;
   set_default(chn.chn_type, chk_chn_type, row.chn_type);

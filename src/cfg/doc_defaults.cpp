@@ -6,7 +6,7 @@
 #include "link.h"
 #include "ruvex/cfg/decimal.h"
 #include "ruvex/cfg/defaults.h"
-#include "ruvex/cfg/member.h"
+#include "ruvex/cfg/fields.h"
 #include "ruvex/cfg/tables.h"
 #include "set_default.h"
 
@@ -99,11 +99,13 @@ next_numbers count_on(const yax_cfg& doc) noexcept {
       largest.instance = std::max(largest.instance, decimal_prefix(chn->instance.view()));
     }
   }
-  // The numbers of texts end where 64 bits do.
+  // decimal_prefix gives at most the largest number of 64 bits, which has no successor.
   constexpr std::int64_t end = std::numeric_limits<std::int64_t>::max() - 1;
   return {std::min(largest.address, end) + 1, std::min(largest.instance, end) + 1};
 }
 
+// False when memory has run out, and before the first channel when an instance would not fit its 32
+// bits.
 bool add_standard_channels(unit_cfg& unit, std::int64_t first_instance) noexcept {
   constexpr auto count = static_cast<std::int32_t>(std::size(standard_channels));
   if (first_instance > std::numeric_limits<std::int32_t>::max() - (count - 1)) return false;

@@ -6,7 +6,7 @@
 namespace ruvex {
 namespace {
 
-// Joins the record's neighbours. The owner's head is the caller's matter.
+// Joins the record's neighbours. The caller sees to the owner's head.
 template <class Record>
 void unlink(const Record& record) noexcept {
   if (record.prev != nullptr) record.prev->next = record.next;
@@ -17,13 +17,13 @@ template <class Record>
 int swap_with_predecessor(Record* record) noexcept {
   Record* const before = record->prev;
   if (before == nullptr) return -1;
-  Record* const behind = record->next;
+  Record* const after = record->next;
   record->prev = before->prev;
   if (before->prev != nullptr) before->prev->next = record;
   record->next = before;
   before->prev = record;
-  before->next = behind;
-  if (behind != nullptr) behind->prev = before;
+  before->next = after;
+  if (after != nullptr) after->prev = before;
   return 0;
 }
 
@@ -31,7 +31,8 @@ void release_channels(unit_cfg& unit) noexcept {
   while (unit.chn_list != nullptr) std::free(std::exchange(unit.chn_list, unit.chn_list->next));
 }
 
-// Links `copy` behind `last`, or as the head of a list that has none yet.
+// Links `copy` after `last`, or as the head of a list that has none yet. The copy is linked at
+// once, so that its owner releases it when a later copy fails.
 template <class Record>
 void append(Record*& head, Record*& last, Record* copy) noexcept {
   copy->prev = last;

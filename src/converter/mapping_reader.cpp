@@ -50,8 +50,8 @@ class refusal_log final : public point_listener {
   const std::int64_t& line_number_;
 };
 
-csv_result log_bad_line(line_reader::result reason, std::int64_t line_number) noexcept {
-  if (reason == line_reader::result::too_long) {
+csv_result log_bad_line(line_result reason, std::int64_t line_number) noexcept {
+  if (reason == line_result::too_long) {
     SysLogP(LOG_PRIORITY_ERR, "Line %" PRId64 " is longer than 1023 characters, exiting.",
             line_number);
   } else {
@@ -60,7 +60,8 @@ csv_result log_bad_line(line_reader::result reason, std::int64_t line_number) no
   return csv_bad_line;
 }
 
-csv_result read_lines(int descriptor, unit_index& units) noexcept {
+csv_result read_lines(int descriptor) noexcept {
+  unit_index units(modUnits);
   std::int64_t line_number = 1;
   refusal_log log(line_number);
   point_reader reader(units);
@@ -68,9 +69,9 @@ csv_result read_lines(int descriptor, unit_index& units) noexcept {
   for (;; ++line_number) {
     log_signals();
     std::string_view line;
-    const line_reader::result got = lines.next(line);
-    if (got == line_reader::result::end) return csv_read;
-    if (got != line_reader::result::line) return log_bad_line(got, line_number);
+    const line_result got = lines.next(line);
+    if (got == line_result::end) return csv_read;
+    if (got != line_result::line) return log_bad_line(got, line_number);
     const point_result point = reader.read(split_mapping_line(line), log);
     if (point.code != csv_read) return point.code;
   }
@@ -100,9 +101,7 @@ int read_csv_file(const char* path) noexcept {
   if (S_ISDIR(status.st_mode)) return not_readable(csv_not_opened);
   const int descriptor = ::open(path, O_RDONLY | O_CLOEXEC);
   if (descriptor < 0) return not_readable(csv_not_opened);
-  unit_index units(modUnits);
-  const csv_result result = read_lines(descriptor, units);
-  units.link_channels();
+  const csv_result result = read_lines(descriptor);
   ::close(descriptor);
   return result;
 }

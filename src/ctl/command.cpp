@@ -1,58 +1,66 @@
 #include "command.h"
 
-#include <cerrno>
-#include <charconv>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
 
+#include "output.h"
+#include "text/characters.h"
+#include "text/texts.h"
+
 namespace ruvex {
+namespace {
 
-void complain(const char* format, ...) noexcept {
-  std::fputs("ruvexctl: ", stderr);
-  std::va_list arguments;
-  va_start(arguments, format);
-  std::vfprintf(stderr, format, arguments);
-  va_end(arguments);
-  std::fputc('\n', stderr);
-}
-
-int refuse_use(const command& command, const char* what) noexcept {
-  std::fprintf(stderr, "%s: %s\n", command.program, what);
-  return offer_help(command);
+void print_complaint(std::string_view program, std::string_view what) noexcept {
+  std::string line = message(program, ": ");
+  append_visible(line, what);
+  line += '\n';
+  std::fputs(line.c_str(), stderr);
 }
 
 int offer_help(const command& command) noexcept {
-  std::fprintf(stderr, "Try '%s --help' for more information.\n", command.program);
+  std::fprintf(stderr, "Try '%s --help' for more information.\n", program_of(command).c_str());
   return ctl_trouble;
+}
+
+int print(std::string_view text) noexcept {
+  output out;
+  out.put(text);
+  return end_with(ctl_clean, out.finish());
+}
+
+}  // namespace
+
+std::string program_of(const command& command) {
+  return *command.name == '\0' ? "ruvexctl" : message("ruvexctl ", command.name);
+}
+
+void complain(const char* format, ...) noexcept {
+  std::va_list arguments;
+  va_start(arguments, format);
+  print_complaint("ruvexctl", formatted(format, arguments));
+  va_end(arguments);
+}
+
+int complain_of_use(const command& command, std::string_view what) noexcept {
+  print_complaint(program_of(command), what);
+  return offer_help(command);
 }
 
 int print_help(const command& command) noexcept {
-  std::printf("Usage: %s %s\n%s", command.program, command.synopsis, command.help);
-  if (command.print_more != nullptr) command.print_more();
-  return finish_output(ctl_clean);
+  const std::string more = command.more_help != nullptr ? command.more_help() : std::string();
+  return print(
+      message("Usage: ", program_of(command), " ", command.synopsis, "\n", command.help, more));
 }
 
 int print_version() noexcept {
-  std::puts("ruvexctl (ruvex) " RUVEX_VERSION);
-  return finish_output(ctl_clean);
+  return print("ruvexctl (ruvex) " RUVEX_VERSION "\n");
 }
 
-int finish_output(int status) noexcept {
-  const bool failed_before = std::ferror(stdout) != 0;
-  errno = 0;
-  if (std::fflush(stdout) == 0 && !failed_before) return status;
-  complain("standard output: %s", errno != 0 ? std::strerror(errno) : "write error");
+int end_with(int status, int write_error) noexcept {
+  if (write_error == 0) return status;
+  complain("standard output: %s", std::strerror(write_error));
   return ctl_trouble;
-}
-
-bool parse_number(std::string_view text, unsigned long largest, unsigned long& value) noexcept {
-  unsigned long number = 0;
-  const char* const end = text.data() + text.size();
-  const auto [behind, error] = std::from_chars(text.data(), end, number);
-  if (error != std::errc() || behind != end || number > largest) return false;
-  value = number;
-  return true;
 }
 
 namespace option_reading {
@@ -70,9 +78,29 @@ std::vector<::option> long_options(std::span<const option_text> options) {
   return table;
 }
 
-int refuse_argument(const command& command, const char* option, const char* argument) noexcept {
-  std::fprintf(stderr, "%s: invalid argument '%s' for '--%s'\n", command.program, argument, option);
+// What getopt_long prints holds the option's text, so a copy of the texts in visible form is read
+// again; the options before the bad one are the same in both.
+int complain_of_option(const command& command, int argc, char** argv,
+                       const std::vector<::option>& options) {
+  std::vector<std::string> texts(static_cast<std::size_t>(argc));
+  std::vector<char*> shown;
+  for (std::string& text : texts) {
+    append_visible(text, argv[shown.size()]);
+    shown.push_back(text.data());
+  }
+  shown.push_back(nullptr);
+  optind = 0;
+  opterr = 1;
+  int found = 0;
+  while (found != '?' && found != -1) {
+    found = ::getopt_long(argc, shown.data(), "", options.data(), nullptr);
+  }
   return offer_help(command);
+}
+
+int complain_of_argument(const command& command, const char* option, const char* argument) {
+  return complain_of_use(command,
+                         message("invalid argument '", argument, "' for '--", option, "'"));
 }
 
 }  // namespace option_reading

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -19,12 +20,11 @@ enum ctl_status : int {
 };
 
 struct command {
-  const char* name;                   // as on the command line
-  const char* program;                // "ruvexctl NAME", which begins its messages
-  const char* synopsis;               // what follows the program in a usage line
+  const char* name;                   // as on the command line; empty for the program itself
+  const char* synopsis;               // what follows the name in a usage line
   const char* help;                   // the rest of the answer to --help: lines, the last one ended
-  int (*run)(int argc, char** argv);  // argv[0] is the program; the result is a ctl_status
-  void (*print_more)() = nullptr;     // prints what follows the help, where something does
+  int (*run)(int argc, char** argv);  // argv[0] is program_of(); the result is a ctl_status
+  std::string (*more_help)() = nullptr;  // what follows the help, where something does
 };
 
 extern const command check_command;
@@ -32,23 +32,24 @@ extern const command show_command;
 extern const command diff_command;
 extern const command tidy_command;
 
-// Prints "ruvexctl: ", the message and a newline on standard error. Format and arguments are those
-// of printf.
+// "ruvexctl NAME", with which a user starts the command.
+std::string program_of(const command& command);
+
+// Prints "ruvexctl: ", the message and a newline on standard error; what is not printable in the
+// message is made visible. Format and arguments are those of printf.
 [[gnu::format(printf, 1, 2)]] void complain(const char* format, ...) noexcept;
 
-// Prints "PROGRAM: ", what is wrong with the command line, and an offer of help. Gives ctl_trouble.
-int refuse_use(const command& command, const char* what) noexcept;
-
-// Prints "Try 'PROGRAM --help' for more information." on standard error. Gives ctl_trouble.
-int offer_help(const command& command) noexcept;
+// Prints "ruvexctl NAME: ", what is wrong with the command line, and an offer of help in the same
+// way. Gives ctl_trouble.
+int complain_of_use(const command& command, std::string_view what) noexcept;
 
 // The answers to --help and --version, on standard output. Both give the status to end with.
 int print_help(const command& command) noexcept;
 int print_version() noexcept;
 
-// Ends the output: what standard output still holds is written. `status`, or ctl_trouble after a
-// message when not every byte reached its place.
-int finish_output(int status) noexcept;
+// The status to end with once everything is printed: `status`, or ctl_trouble after a complaint
+// where `write_error` (an errno) tells that not every byte has reached standard output.
+int end_with(int status, int write_error) noexcept;
 
 // A text that an option takes, and what it stands for.
 template <class Value>
@@ -68,10 +69,6 @@ bool choose(const choice<Value> (&choices)[Count], std::string_view text, Value&
   return false;
 }
 
-// A whole decimal number without a sign. False, and `value` is unchanged, when the text is none or
-// the number is above `largest`.
-bool parse_number(std::string_view text, unsigned long largest, unsigned long& value) noexcept;
-
 // An option of a subcommand.
 template <class Settings>
 struct option_row {
@@ -84,7 +81,7 @@ struct option_row {
 // Reads the options of a subcommand into `settings`, in the manner of GNU programs: options and
 // operands in any order, unambiguous abbreviations, "--" before operands only. --help and --version
 // are answered. Nothing, and the operands are argv[optind] and those behind it, when the subcommand
-// is to run; otherwise the status to end with, after a message where something is wrong.
+// is to run; otherwise the status to end with, after a complaint where something is wrong.
 template <class Settings, std::size_t Rows>
 std::optional<int> read_options(const command& command, int argc, char** argv,
                                 const option_row<Settings> (&rows)[Rows], Settings& settings);
@@ -107,7 +104,12 @@ inline constexpr int version = 1001;
 // The table that getopt_long takes, with --help and --version behind the given options.
 std::vector<::option> long_options(std::span<const option_text> options);
 
-int refuse_argument(const command& command, const char* option, const char* argument) noexcept;
+// Has getopt_long say on standard error what is wrong with the first bad option, and offers help.
+// Gives ctl_trouble.
+int complain_of_option(const command& command, int argc, char** argv,
+                       const std::vector<::option>& options);
+
+int complain_of_argument(const command& command, const char* option, const char* argument);
 
 }  // namespace option_reading
 
@@ -118,16 +120,17 @@ std::optional<int> read_options(const command& command, int argc, char** argv,
   for (const auto& row : rows) texts.push_back({row.name, row.has_argument});
   const std::vector<::option> options = option_reading::long_options(texts);
   optind = 0;  // a fresh start
+  opterr = 0;
   while (true) {
     const int found = ::getopt_long(argc, argv, "", options.data(), nullptr);
     if (found == -1) return std::nullopt;
     if (found == option_reading::help) return print_help(command);
     if (found == option_reading::version) return print_version();
-    if (found == '?') return offer_help(command);
+    if (found == '?') return option_reading::complain_of_option(command, argc, argv, options);
     const auto& row = rows[found];
     const char* argument = row.has_argument ? optarg : "";
     if (!row.take(settings, argument)) {
-      return option_reading::refuse_argument(command, row.name, argument);
+      return option_reading::complain_of_argument(command, row.name, argument);
     }
   }
 }

@@ -44,12 +44,12 @@ input_file::~input_file() {
   if (descriptor_ > STDIN_FILENO) ::close(descriptor_);
 }
 
-std::optional<std::string> read_content(const char* path, std::string_view prefix) {
+std::optional<std::string> read_content(const char* path) {
   const input_file file(path);
   if (!file.is_open()) return std::nullopt;
   constexpr std::size_t block = 65536;
-  std::string content(prefix);
-  content.reserve(prefix.size() + expected_size(file.descriptor()) + block);
+  std::string content;
+  content.reserve(expected_size(file.descriptor()) + block);
   while (true) {
     const std::size_t filled = content.size();
     content.resize(filled + block);

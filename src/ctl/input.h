@@ -3,15 +3,14 @@
 
 #include <optional>
 #include <string>
-#include <string_view>
 
 namespace ruvex {
 
 // A file that is open for reading; "-" names standard input.
 class input_file {
  public:
-  // Opens `path`. When it cannot be read, or is a folder, a message has been printed and is_open()
-  // is false.
+  // Opens `path`. When it cannot be read, or is a folder, a complaint has been printed and
+  // is_open() is false.
   explicit input_file(const char* path) noexcept;
   ~input_file();  // closes what it has opened
   input_file(const input_file&) = delete;
@@ -24,8 +23,8 @@ class input_file {
   int descriptor_;
 };
 
-// The whole content of `path` ("-": standard input) behind `prefix`. Nothing, after a message, when
-// it cannot be read to its end.
-std::optional<std::string> read_content(const char* path, std::string_view prefix = {});
+// The whole content of `path` ("-": standard input). Nothing, after a complaint, when it cannot be
+// read to its end. The string has room for a few bytes more.
+std::optional<std::string> read_content(const char* path);
 
 }  // namespace ruvex

@@ -5,8 +5,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <string>
 
 #include "command.h"
+#include "text/texts.h"
 
 namespace ruvex {
 namespace {
@@ -15,7 +17,7 @@ const command* const commands[] = {&check_command, &show_command, &diff_command,
 
 int run_main(int argc, char** argv);
 
-const command main_command = {"", "ruvexctl", "SUBCOMMAND [OPTION]... [FILE]...",
+const command main_command = {"", "SUBCOMMAND [OPTION]... [FILE]...",
                               R"(See and check what a mapping file will become.
 
   check   report everything in mapping files that ruvex refuses or takes
@@ -34,21 +36,22 @@ The manual is ruvexctl(1).
                               run_main};
 
 int run_main(int argc, char** argv) {
-  if (argc < 2) return refuse_use(main_command, "a subcommand is needed");
+  if (argc < 2) return complain_of_use(main_command, "a subcommand is needed");
   const char* const name = argv[1];
   if (std::strcmp(name, "--help") == 0) return print_help(main_command);
   if (std::strcmp(name, "--version") == 0) return print_version();
   for (const command* row : commands) {
     if (std::strcmp(row->name, name) != 0) continue;
-    argv[1] = const_cast<char*>(row->program);  // getopt_long puts it before its messages
+    std::string program = program_of(*row);
+    argv[1] = program.data();  // getopt_long puts it before its messages
     return row->run(argc - 1, argv + 1);
   }
-  complain("'%s' is not a subcommand", name);
-  return offer_help(main_command);
+  return complain_of_use(main_command, message("'", name, "' is not a subcommand"));
 }
 
+// complain() would need memory.
 [[noreturn]] void end_without_memory() {
-  complain("out of memory");
+  std::fputs("ruvexctl: out of memory\n", stderr);
   std::_Exit(ctl_trouble);
 }
 

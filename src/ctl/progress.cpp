@@ -2,8 +2,11 @@
 
 #include <unistd.h>
 
-#include <cinttypes>
 #include <cstdio>
+#include <string>
+
+#include "text/characters.h"
+#include "text/texts.h"
 
 namespace ruvex {
 namespace {
@@ -20,7 +23,10 @@ void progress::look(std::int64_t lines) noexcept {
   const steady::time_point now = steady::now();
   if (now < next_) return;
   next_ = now + 200ms;
-  std::fprintf(stderr, "\r%s: %" PRId64 " lines", path_, lines);
+  std::string line = "\r";
+  append_visible(line, path_);
+  line += message(": ", lines, " lines");
+  std::fputs(line.c_str(), stderr);
   is_on_screen_ = true;
 }
 

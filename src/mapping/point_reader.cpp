@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "field_rules.h"
 #include "ruvex/cfg/decimal.h"
 #include "ruvex/cfg/defaults.h"
 
@@ -22,11 +23,6 @@ struct mapping_point {
 
 csv_result fits(bool assigned) noexcept {
   return assigned ? csv_read : csv_field_too_long;
-}
-
-template <auto Member>
-csv_result copy(mapping_point& point, std::string_view field) noexcept {
-  return fits((point.chn->*Member).assign(field));
 }
 
 csv_result set_name(mapping_point& point, std::string_view field) noexcept {
@@ -85,42 +81,46 @@ csv_result note_scaling(mapping_point& point, std::string_view field) noexcept {
   return csv_read;
 }
 
-csv_result set_group_en(mapping_point& point, std::string_view field) noexcept {
+csv_result set_group_enable(mapping_point& point, std::string_view field) noexcept {
   return fits(point.chn->reg_group_en.assign(point.is_bit ? std::string_view("1") : field));
 }
 
-using field_rule = csv_result (*)(mapping_point&, std::string_view) noexcept;
-
-// Field 0, the label, is not used.
-constexpr field_rule field_rules[] = {
-    copy<&chn_cfg::bac_cov_inc>,  // field_cov_inc
-    set_name,                     // field_name
-    select_unit,                  // field_unit
-    set_reference,                // field_reference
-    set_data_type,                // field_data_type
-    copy<&chn_cfg::bac_type>,     // field_bac_type
-    copy<&chn_cfg::instance>,     // field_instance
-    copy<&chn_cfg::bac_units>,    // field_bac_units
-    set_description,              // field_description
-    set_mask_and_add,             // field_bit
-    note_scaling,                 // field_scl_dev_lo
-    note_scaling,                 // field_scl_dev_hi
-    note_scaling,                 // field_scl_usr_lo
-    note_scaling,                 // field_scl_usr_hi
-    set_group_en,                 // field_group_en
-    copy<&chn_cfg::reg_restart>,  // field_restart
-};
-static_assert(std::size(field_rules) == max_mapping_fields - field_cov_inc);
+csv_result apply_field(mapping_point& point, const mapping_column& column,
+                       std::string_view field) noexcept {
+  switch (column.rule) {
+    case column_rule::unused:
+      break;
+    case column_rule::copied:
+      return fits((point.chn->*column.setting).assign(field));
+    case column_rule::scale_end:
+      return note_scaling(point, field);
+    case column_rule::name:
+      return set_name(point, field);
+    case column_rule::unit:
+      return select_unit(point, field);
+    case column_rule::reference:
+      return set_reference(point, field);
+    case column_rule::data_type:
+      return set_data_type(point, field);
+    case column_rule::description:
+      return set_description(point, field);
+    case column_rule::bit:
+      return set_mask_and_add(point, field);
+    case column_rule::group_enable:
+      return set_group_enable(point, field);
+  }
+  return csv_read;
+}
 
 // Whether the rest of the line is to be read.
 bool goes_on_after(csv_result result, mapping_point& point, std::size_t field) noexcept {
-  if (point.code == csv_read) point.code = result;
+  if (point.code == csv_read || result == csv_no_memory) point.code = result;
   return point.listener.refused(result, field) && result != csv_no_memory;
 }
 
 // Scaling is taken or left as a whole; a field that the line lacks empties its setting.
 bool store_scaling(mapping_point& point, const mapping_line& line) noexcept {
-  for (const scale_end& end : scale_ends) {
+  for (const mapping_column& end : scale_columns) {
     const csv_result result = fits((point.chn->*end.setting).assign(line.fields[end.field]));
     if (result != csv_read && !goes_on_after(result, point, end.field)) return false;
   }
@@ -128,11 +128,15 @@ bool store_scaling(mapping_point& point, const mapping_line& line) noexcept {
 }
 
 bool apply_fields(mapping_point& point, const mapping_line& line) noexcept {
-  for (std::size_t field = field_cov_inc; field < line.count; ++field) {
-    const csv_result result = field_rules[field - field_cov_inc](point, line.fields[field]);
+  for (std::size_t field = 0; field < line.count; ++field) {
+    const csv_result result = apply_field(point, mapping_columns[field], line.fields[field]);
     if (result != csv_read && !goes_on_after(result, point, field)) return false;
   }
   return !point.is_scaled || store_scaling(point, line);
+}
+
+point_result no_point(csv_result code) noexcept {
+  return {code, nullptr, nullptr, false, register_class::illegal, false};
 }
 
 }  // namespace
@@ -147,28 +151,26 @@ point_reader::point_reader(unit_index& units) noexcept : units_(units), defaults
 
 // The channel type and the write function follow from the reference and the register count.
 point_result point_reader::read(const mapping_line& line, point_listener& listener) noexcept {
-  if (line.count <= 1) return {csv_read, nullptr, nullptr, false};
+  if (line.count <= 1) return no_point(csv_read);
   if (spare_ != nullptr) {
     *spare_ = defaults_;
   } else if (spare_ = copy_record(defaults_); spare_ == nullptr) {
     listener.refused(csv_no_memory, field_label);
-    return {csv_no_memory, nullptr, nullptr, false};
+    return no_point(csv_no_memory);
   }
   chn_cfg& chn = *spare_;
   mapping_point point = {units_, listener, spare_, &chn, nullptr, false, false, csv_read};
-  if (apply_fields(point, line)) {
-    const register_class reg_class = classify_reference(chn.reg_num.view());
-    if (reg_class == register_class::illegal) {
-      goes_on_after(csv_illegal_reference, point, field_reference);
-    } else {
-      chn.chn_type = chn_types_[channel_type(reg_class, chn.bac_type.view())];
-      chn.reg_fcn = reg_fcns_[write_function(reg_class, chn.reg_size.view())];
-    }
+  const bool is_whole = apply_fields(point, line);
+  if (point.code == csv_no_memory) return no_point(csv_no_memory);  // `chn` may have been released
+  const register_class reg_class = classify_reference(chn.reg_num.view());
+  if (is_whole && reg_class == register_class::illegal) {
+    goes_on_after(csv_illegal_reference, point, field_reference);
+  } else if (is_whole) {
+    chn.chn_type = chn_types_[channel_type(reg_class, chn.bac_type.view())];
+    chn.reg_fcn = reg_fcns_[write_function(reg_class, chn.reg_size.view())];
   }
-  // Memory that runs out while a channel is added takes the channel with it.
-  const bool is_kept = point.code != csv_no_memory;
-  return {point.code, is_kept ? &chn : nullptr, point.unit == nullptr ? nullptr : point.unit->unit,
-          is_kept && spare_ == nullptr};
+  unit_cfg* const unit = point.unit != nullptr ? point.unit->unit : nullptr;
+  return {point.code, &chn, unit, spare_ == nullptr, reg_class, point.is_bit};
 }
 
 }  // namespace ruvex

@@ -46,7 +46,7 @@ class byte_reader {
   std::size_t left() const noexcept { return left_; }
   const std::uint8_t* position() const noexcept { return at_; }
 
-  // The next `count` bytes, and moves behind them; null where that many are not left.
+  // The next `count` bytes, and moves past them; null where that many are not left.
   const std::uint8_t* take(std::size_t count) noexcept {
     if (failed_ || count > left_) {
       failed_ = true;
@@ -81,7 +81,7 @@ class byte_writer {
   bool failed() const noexcept { return failed_; }
   std::uint8_t* position() const noexcept { return at_; }
 
-  // The place of the next `count` bytes, and moves behind it; null where it does not fit.
+  // The place of the next `count` bytes, and moves past it; null where it does not fit.
   std::uint8_t* take(std::size_t count) noexcept {
     if (failed_ || count > left_) {
       failed_ = true;

@@ -1,36 +1,20 @@
 #include "ruvex/modbus/frame.h"
 
-#include <iterator>
-
 #include "framing.h"
+#include "receive.h"
 
 namespace ruvex {
 namespace {
 
-constexpr const char* ErrStr[] = {
-    "Unknown Error",            // also of every code without a row
-    "Illegal Function",         // MOD_ILLEGAL_FUNCTION
-    "Illegal Data Address",     // MOD_ILLEGAL_DATA_ADDRESS
-    "Illegal Data Value",       // MOD_ILLEGAL_DATA_VALUE
-    "Slave Device Failure",     // 4
-    "Acknowledge",              // 5
-    "Slave Device Busy",        // 6
-    "Negative Acknowledge",     // MOD_NEGATIVE_ACKNOWLEDGE
-    "Memory Parity Error",      // 8
-    "Receive Packet Corrupt",   // 9
-    "Not Our Address",          // 10
-    "Response Timeout",         // 11
-    "Data Receive Error",       // MOD_SLAVE_CORRUPT
-    "Data Transmit Error",      // MOD_SLAVE_NO_FRAME
-    "Illegal Object Instance",  // MOD_SLAVE_NOT_SENT
-};
-static_assert(std::size(ErrStr) == MOD_SLAVE_NOT_SENT + 1);
+// Stores a character where there is room. Whether it completes the frame. The length is the
+// caller's to change as well, so nothing is taken for granted about it.
+bool take(mod_ctx& ctx, std::uint8_t character, end_rule ends) noexcept {
+  if (ctx.length < 0 || ctx.length >= mod_buffer_size) return false;
+  ctx.buffer[ctx.length++] = character;
+  return ends(ctx, character);
+}
 
 }  // namespace
-
-const char* mod_errStr(int code) noexcept {
-  return ErrStr[code >= 0 && code < static_cast<int>(std::size(ErrStr)) ? code : 0];
-}
 
 void mod_init(mod_ctx* ctx, std::uint8_t protocol, void* handle, mod_recv_fn recv_fn,
               mod_send_fn send_fn) noexcept {
@@ -49,42 +33,44 @@ void mod_rxReset(mod_ctx* ctx) noexcept {
 }
 
 std::int32_t mod_rxChar(mod_ctx* ctx, std::uint8_t character) noexcept {
-  if (ctx->length < 0 || ctx->length >= mod_buffer_size) return 0;
-  ctx->buffer[ctx->length++] = character;
-  const framing* row = find_framing(ctx->protocol);
-  if (row != nullptr && row->completes(*ctx, character)) return ctx->length;
-  return 0;
+  return take(*ctx, character, framing_of(ctx->protocol).ends_response) ? ctx->length : 0;
+}
+
+// One byte at a time: what comes after the frame belongs to the next one, and a context has no
+// place to keep it.
+std::int32_t receive_frame(mod_ctx& ctx, end_rule ends) noexcept {
+  mod_rxReset(&ctx);
+  std::uint8_t character = 0;
+  while (ctx.recv_fn(ctx.handle, &character, 1) != -1) {
+    if (ctx.length == mod_buffer_size) return MOD_FAILED;
+    if (take(ctx, character, ends)) return ctx.length;
+  }
+  const bool is_open = ctx.expected == MOD_LEN_OPEN && framing_of(ctx.protocol).may_be_open;
+  return is_open ? ctx.length : MOD_FAILED;
 }
 
 std::int32_t mod_waitPacket(mod_ctx* ctx) noexcept {
-  mod_rxReset(ctx);
-  std::uint8_t character = 0;
-  while (ctx->recv_fn(ctx->handle, &character, 1) != -1) {
-    if (ctx->length == mod_buffer_size) return -1;
-    if (mod_rxChar(ctx, character) != 0) return ctx->length;
-  }
-  const bool is_open = ctx->protocol == MOD_RTU && ctx->expected == MOD_LEN_OPEN;
-  return is_open ? ctx->length : -1;
+  return receive_frame(*ctx, framing_of(ctx->protocol).ends_response);
 }
 
 std::int32_t mod_binToTx(std::uint8_t protocol, std::int32_t length, const std::uint8_t* message,
                          std::uint8_t* output) noexcept {
-  const framing* row = find_framing(protocol);
-  if (row == nullptr || length < 0 || length > mod_buffer_size) return 0;
+  if (length < 0 || length > mod_buffer_size) return 0;
+  const framing& row = framing_of(protocol);
   const auto count = static_cast<std::size_t>(length);
-  const std::size_t framed = row->framed_length(message, count);
+  const std::size_t framed = row.framed_length(message, count);
   if (framed > mod_buffer_size) return 0;
   byte_writer out(output, framed);
-  row->frame({message, count}, out);
+  row.frame({message, count}, out);
   return static_cast<std::int32_t>(framed);
 }
 
 std::int16_t mod_rxToBin(std::uint8_t protocol, std::int32_t length, const std::uint8_t* frame,
                          std::uint8_t* output) noexcept {
-  const framing* row = find_framing(protocol);
-  if (row == nullptr) return 0;
-  if (length < 0 || length > mod_buffer_size) return corrupt_frame;
-  return static_cast<std::int16_t>(row->unframe(frame, static_cast<std::size_t>(length), output));
+  const framing& row = framing_of(protocol);
+  if (&row == &unknown_framing) return 0;  // before the length: it has no frames to be corrupt
+  if (length < 0 || length > mod_buffer_size) return MOD_CORRUPT_FRAME;
+  return static_cast<std::int16_t>(row.unframe(frame, static_cast<std::size_t>(length), output));
 }
 
 }  // namespace ruvex

@@ -5,6 +5,8 @@
 #include <iterator>
 
 #include "crc16.h"
+#include "layout/functions.h"
+#include "ruvex/modbus/codes.h"
 
 namespace ruvex {
 namespace {
@@ -21,7 +23,7 @@ bool go_on(mod_ctx& ctx, std::uint8_t last_char) noexcept {
 }
 
 // A frame whose length is known is complete when that many characters are there. The one that tells
-// the length never completes it.
+// the length never completes it, even where it tells that no more are to come.
 bool reaches_expected(mod_ctx& ctx, std::uint8_t character) noexcept {
   return ctx.length >= ctx.expected || go_on(ctx, character);
 }
@@ -38,11 +40,15 @@ std::int32_t move_message(const std::uint8_t* frame, std::size_t length,
   return static_cast<std::int32_t>(length);
 }
 
-// ASCII. The check is the two's complement of the sum of the digits' character codes.
+// ASCII. The check is the two's complement of the sum of the digits' character codes. Modbus
+// devices sum the bytes. The partners of this codec sum what is on the line and understand nothing
+// else.
 
 constexpr std::size_t ascii_overhead = 5;  // ":", two digits of the check, CR LF
 
-bool ascii_completes(mod_ctx& ctx, std::uint8_t character) noexcept {
+// Nothing looks for the ":". Noise in front of it becomes part of the frame, whose check then
+// fails.
+bool ascii_ends(mod_ctx& ctx, std::uint8_t character) noexcept {
   return character == LF || go_on(ctx, character);
 }
 
@@ -69,7 +75,7 @@ void ascii_frame(byte_reader message, byte_writer& out) noexcept {
   out.u8(LF);
 }
 
-// Digits are not checked: any character has a value.
+// Any character has a value. Digits need no check of their own, since the sum is over characters.
 std::uint8_t read_hex(const std::uint8_t* digits) noexcept {
   const auto value = [](int code) { return code > 0x40 ? code - 55 : code - 48; };
   return static_cast<std::uint8_t>(value(digits[0]) * 16 | value(digits[1]));
@@ -77,46 +83,37 @@ std::uint8_t read_hex(const std::uint8_t* digits) noexcept {
 
 std::int32_t ascii_unframe(const std::uint8_t* frame, std::size_t length,
                            std::uint8_t* output) noexcept {
-  if (length % 2 == 0 || length < ascii_overhead) return corrupt_frame;
+  if (length % 2 == 0 || length < ascii_overhead) return MOD_CORRUPT_FRAME;
   const std::size_t count = (length - ascii_overhead) / 2;
   const std::uint8_t* digits = frame + 1;
   std::uint8_t sum = 0;
   for (std::size_t at = 0; at < count; ++at, digits += 2) {
     sum = static_cast<std::uint8_t>(sum + digits[0] + digits[1]);
-    output[at] = read_hex(digits);  // in place it is behind the digits read
+    output[at] = read_hex(digits);  // in place: before the digits still to be read
   }
   sum = static_cast<std::uint8_t>(sum + read_hex(digits));
-  return sum == 0 ? static_cast<std::int32_t>(count) : corrupt_frame;
+  return sum == 0 ? static_cast<std::int32_t>(count) : MOD_CORRUPT_FRAME;
 }
 
 // RTU.
 
 constexpr std::size_t crc_size = 2;
-constexpr std::size_t rtu_shortest = 5;  // address, function, exception code, CRC
+// Address, function, exception code, CRC. No function code here has less than an exception, so what
+// is shorter is noise.
+constexpr std::size_t rtu_shortest = 5;
 
-// Of a response, from its function code; 0 where its byte count tells.
-std::int16_t rtu_expected(std::uint8_t fcn) noexcept {
-  if ((fcn & 0x80) != 0) return rtu_shortest;
-  switch (fcn) {
-    case 1:
-    case 2:
-    case 3:
-    case 4:
-      return 0;
-    case 5:
-    case 6:
-    case 15:
-    case 16:
-      return 8;
-    default:
-      return MOD_LEN_OPEN;
-  }
-}
+using length_of = const frame_length& (*)(std::uint8_t fcn) noexcept;
 
-bool rtu_completes(mod_ctx& ctx, std::uint8_t character) noexcept {
+// Modbus ends an RTU frame with a silence of 3.5 characters, which a transport that hands out bytes
+// does not show. So the bytes are counted. Only where none of them tells the length, the
+// transport's time-out has to end the frame.
+template <length_of Find>
+bool rtu_ends(mod_ctx& ctx, std::uint8_t character) noexcept {
   if (ctx.expected != 0) return reaches_expected(ctx, character);
-  if (ctx.length == 2) ctx.expected = rtu_expected(character);
-  if (ctx.length == 3) ctx.expected = static_cast<std::int16_t>(character + rtu_shortest);
+  if (ctx.length > function_at) {
+    const frame_length& length = Find(ctx.buffer[function_at]);
+    if (ctx.length == length.told_at + 1) ctx.expected = length.of(ctx.buffer);
+  }
   return go_on(ctx, character);
 }
 
@@ -133,22 +130,24 @@ void rtu_frame(byte_reader message, byte_writer& out) noexcept {
 
 std::int32_t rtu_unframe(const std::uint8_t* frame, std::size_t length,
                          std::uint8_t* output) noexcept {
-  if (length < rtu_shortest) return corrupt_frame;
+  if (length < rtu_shortest) return MOD_CORRUPT_FRAME;
   const std::size_t count = length - crc_size;
   const int received = frame[count] + 256 * frame[count + 1];
-  if (crc16(frame, static_cast<std::uint16_t>(count)) != received) return corrupt_frame;
+  if (crc16(frame, static_cast<std::uint16_t>(count)) != received) return MOD_CORRUPT_FRAME;
   return move_message(frame, count, output);
 }
 
-// DF1.
+// DF1. The lines of this codec carry no block check.
 
 constexpr std::size_t df1_overhead = 4;
 
-bool df1_completes(mod_ctx& ctx, std::uint8_t character) noexcept {
+// After a doubled DLE, which is data, `last_char` becomes 0. Otherwise the second half of the pair
+// would make an end of an ETX that is data, too.
+bool df1_ends(mod_ctx& ctx, std::uint8_t character) noexcept {
   constexpr std::uint8_t start[] = {DLE, STX};
   if (ctx.length <= 2) {
     if (character == start[ctx.length - 1]) return go_on(ctx, character);
-    ctx.length = 0;
+    ctx.length = 0;  // noise, or the rest of a frame whose start was missed
     return go_on(ctx, 0);
   }
   if (ctx.last_char != DLE) return go_on(ctx, character);
@@ -174,7 +173,7 @@ void df1_frame(byte_reader message, byte_writer& out) noexcept {
 
 std::int32_t df1_unframe(const std::uint8_t* frame, std::size_t length,
                          std::uint8_t* output) noexcept {
-  if (length < 2 || frame[0] != DLE || frame[1] != STX) return corrupt_frame;
+  if (length < 2 || frame[0] != DLE || frame[1] != STX) return MOD_CORRUPT_FRAME;
   std::int32_t count = 0;
   for (std::size_t at = 2; at < length; ++at) {
     if (frame[at] == DLE) {
@@ -182,18 +181,20 @@ std::int32_t df1_unframe(const std::uint8_t* frame, std::size_t length,
       if (frame[at] == ETX && at + 1 == length) return count;
       if (frame[at] != DLE) break;
     }
-    output[count++] = frame[at];  // in place it is behind the character read
+    output[count++] = frame[at];  // in place: before what is still to be read
   }
-  return corrupt_frame;
+  return MOD_CORRUPT_FRAME;
 }
 
-// TCP: the message is the frame.
+// TCP: the message is the frame, and its header tells the length.
 
-bool tcp_completes(mod_ctx& ctx, std::uint8_t character) noexcept {
-  constexpr std::int32_t header_size = 6;
+bool tcp_ends(mod_ctx& ctx, std::uint8_t character) noexcept {
   if (ctx.expected != 0) return reaches_expected(ctx, character);
-  if (ctx.length == header_size) {
-    ctx.expected = static_cast<std::int16_t>(ctx.buffer[4] * 256 + ctx.buffer[5] + header_size);
+  if (ctx.length == mbap_size) {
+    const std::size_t rest = load_big<std::uint16_t>(ctx.buffer + mbap_length_at);
+    // A length that wraps below 0 ends the frame with the next character. Its message is too short
+    // then for any function code, and refused.
+    ctx.expected = static_cast<std::int16_t>(mbap_size + rest);
   }
   return go_on(ctx, character);
 }
@@ -202,23 +203,34 @@ std::size_t tcp_length(const std::uint8_t*, std::size_t length) noexcept {
   return length;
 }
 
+// Rows of MOD_ASCII, MOD_RTU, MOD_DF1, MOD_TCP.
 constexpr framing framings[] = {
-    {ascii_completes, ascii_length, ascii_frame, ascii_unframe},
-    {rtu_completes, rtu_length, rtu_frame, rtu_unframe},
-    {df1_completes, df1_length, df1_frame, df1_unframe},
-    {tcp_completes, tcp_length, copy_message, move_message},
+    {ascii_ends, ascii_ends, false, false, ascii_length, ascii_frame, ascii_unframe},
+    {rtu_ends<response_length>, rtu_ends<request_length>, true, false, rtu_length, rtu_frame,
+     rtu_unframe},
+    {df1_ends, df1_ends, false, false, df1_length, df1_frame, df1_unframe},
+    {tcp_ends, tcp_ends, false, true, tcp_length, copy_message, move_message},
 };
 static_assert(std::size(framings) == MOD_TCP + 1);
 
-}  // namespace
-
-const framing* find_framing(std::uint8_t protocol) noexcept {
-  return protocol < std::size(framings) ? &framings[protocol] : nullptr;
+bool never_ends(mod_ctx&, std::uint8_t) noexcept {
+  return false;
 }
 
-bool fits_framed(std::uint8_t protocol, const std::uint8_t* message, std::size_t length) noexcept {
-  const framing* row = find_framing(protocol);
-  return row == nullptr || row->framed_length(message, length) <= mod_buffer_size;
+}  // namespace
+
+const framing unknown_framing = {
+    never_ends,
+    never_ends,
+    false,
+    false,
+    [](const std::uint8_t*, std::size_t) noexcept { return std::size_t{0}; },
+    [](byte_reader, byte_writer&) noexcept {},
+    [](const std::uint8_t*, std::size_t, std::uint8_t*) noexcept { return std::int32_t{0}; },
+};
+
+const framing& framing_of(std::uint8_t protocol) noexcept {
+  return protocol < std::size(framings) ? framings[protocol] : unknown_framing;
 }
 
 }  // namespace ruvex

@@ -10,6 +10,7 @@
 namespace ruvex {
 namespace {
 
+// A signal is no end of input; a socket's own time-out starts anew after one.
 template <class Call>
 ssize_t uninterrupted(Call call) noexcept {
   ssize_t result = call();
@@ -34,9 +35,10 @@ void mod_bufferedClear(mod_buffered* buffered) noexcept {
 
 std::int32_t mod_bufferedRecv(void* buffered, void* buffer, std::int32_t length) noexcept {
   auto& held = *static_cast<mod_buffered*>(buffered);
+  // A byte that is there is given before more is asked for: the call below may block.
   if (held.next == held.end) {
     const std::int32_t got = held.recv_fn(held.handle, held.bytes, mod_buffer_size);
-    if (got < 1) return -1;
+    if (got < 1) return -1;  // 0 is an end here; the codec would take it for a byte
     held.next = 0;
     held.end = std::min(got, mod_buffer_size);
   }
@@ -58,9 +60,11 @@ std::int32_t mod_socketRecv(void* descriptor, void* buffer, std::int32_t length)
   return got < 1 ? -1 : static_cast<std::int32_t>(got);
 }
 
+// MSG_NOSIGNAL, since a library must not end its program because a peer has gone.
 std::int32_t mod_socketSend(void* descriptor, const void* buffer, std::int32_t length) noexcept {
   const int fd = *static_cast<const int*>(descriptor);
   const auto* next = static_cast<const char*>(buffer);
+  // A socket may take a part only, and half a frame would spoil the next one.
   for (std::int32_t left = length; left > 0;) {
     const ssize_t sent = uninterrupted(
         [&] { return ::send(fd, next, static_cast<std::size_t>(left), MSG_NOSIGNAL); });

@@ -32,8 +32,9 @@ int bind_inet(Socket& skt, const char* ip_text, int port) noexcept {
   return bind_to_own_address(skt);
 }
 
-// Makes m_name a name that nobody else has: that of a file which mkstemp has made, and which goes
-// again at once.
+// Makes m_name a name that nobody else has: mkstemp finds it by making a file, which is removed at
+// once. The abstract name of the same text is then free as well, unless another has taken it on its
+// own.
 bool generate_name(Socket& skt, const char* name) noexcept {
   constexpr std::size_t added = sizeof "/tmp/_XXXXXX" - 1;
   char stored[longest_local_name - added + 1];

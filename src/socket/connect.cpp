@@ -14,7 +14,7 @@
 namespace ruvex {
 namespace {
 
-// Fetches and reports the error that a connect has left behind; whether there is none.
+// Fetches and reports the error that a connect has left; whether there is none.
 bool ended_well(int fd) noexcept {
   int error = 0;
   socklen_t size = sizeof error;
@@ -28,7 +28,9 @@ bool ended_well(int fd) noexcept {
   return false;
 }
 
-// Waits for a connect in progress; whether it has succeeded.
+// Waits for a connect in progress; whether it has succeeded. The sets alone do not tell: a
+// connection that is refused is both readable and writable, but so is one over which the peer has
+// sent already. The two count as failed alike, and the pending error tells them apart.
 bool finish_connect(int fd, long timeout_ms) noexcept {
   bool readable = false, writable = false;
   const int ready = wait_for(fd, &readable, &writable, timeout_ms);
@@ -49,8 +51,8 @@ bool finish_connect(int fd, long timeout_ms) noexcept {
   return ended_well(fd);
 }
 
-// Ends an attempt that has failed or still goes on, and forgets its error: until then the system
-// refuses the next one.
+// Ends an attempt that has failed or still goes on, and drops its error. An attempt that timed out
+// goes on in the system, which refuses the next one until then; connecting to AF_UNSPEC ends it.
 void give_up_connect(int fd) noexcept {
   sockaddr nowhere = {};
   nowhere.sa_family = AF_UNSPEC;
@@ -69,8 +71,8 @@ void set_peer(Socket& skt, const skt_address& address, int port) noexcept {
   skt.m_peeraddr->inet.sin_port = htons(static_cast<std::uint16_t>(port));
 }
 
-// Accepts into a new record; null and, but for a call that would block or was interrupted, reported
-// with the label.
+// Accepts into a new record. Null on failure, which is reported with the label, except for a call
+// that would block or was interrupted.
 socket_ptr accept_into(socket_ptr skt, int listener, const char* label) noexcept {
   auto size = static_cast<socklen_t>(skt->m_addrlen);
   skt->m_sock = ::accept4(listener, &skt->m_sockaddr->any, &size, SOCK_CLOEXEC);
@@ -90,7 +92,7 @@ int sktConnectAddr(Socket* skt, const skt_address* addr, int port, long timeout_
   if (skt->m_type != SOCK_STREAM) {
     return refused("sktConnectAddr():Socket must be SOCK_STREAM\n");
   }
-  if (!fits_set(skt->m_sock)) {
+  if (!fits_set(skt->m_sock)) {  // the wait would refuse it without a word
     std::fprintf(stderr, "sktConnectAddr(): descriptor %d is beyond those of select\r\n",
                  skt->m_sock);
     return -1;
@@ -100,7 +102,7 @@ int sktConnectAddr(Socket* skt, const skt_address* addr, int port, long timeout_
   set_peer(*skt, *addr, port);
   bool connected =
       ::connect(skt->m_sock, &skt->m_peeraddr->any, static_cast<socklen_t>(skt->m_addrlen)) == 0;
-  if (!connected && errno != EINPROGRESS) {
+  if (!connected && errno != EINPROGRESS) {  // reported under the label of fcntl, too
     failed("fcntl( F_SETFL , O_NONBLOCK )");
     ::fcntl(skt->m_sock, F_SETFL, flags);
     return -1;
@@ -153,7 +155,7 @@ int sktSelectRd(int count, Socket* const* skts, long timeout_ms) noexcept {
   Socket* const* const end = skts + std::max(count, 0);
   fd_set readable;
   FD_ZERO(&readable);
-  std::for_each(skts, end, [](Socket* skt) { skt->m_selected = 0; });
+  std::for_each(skts, end, [](Socket* skt) { skt->m_selected = 0; });  // also of what is refused
   if (!std::all_of(skts, end, [](const Socket* skt) { return fits_set(skt->m_sock); })) {
     errno = EINVAL;
     return failed("Socket::SelectRd():select()");

@@ -5,9 +5,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <new>
-
-#include "ruvex/socket/address.h"
+#include <utility>
 
 namespace ruvex {
 namespace {
@@ -23,7 +21,6 @@ struct form {
 
 constexpr int any_type = -1;
 
-// The length of a link-layer address is 20, that of a packet socket's 16.
 constexpr form forms[] = {
     {AF_INET, any_type, sizeof(sockaddr_in), AF_INET, AF_INET, true},
     {AF_LOCAL, any_type, sizeof(sockaddr_un), AF_LOCAL, AF_LOCAL, true},
@@ -65,7 +62,7 @@ bool make_addresses(Socket& skt, const form& row) noexcept {
 }  // namespace
 
 int failed(const char* label) noexcept {
-  Perror(label);
+  std::perror(label);
   return -1;
 }
 
@@ -81,6 +78,7 @@ socket_ptr make_record(int family, int type, int protocol) noexcept {
   skt->m_family = family;
   skt->m_type = type;
   skt->m_protocol = protocol;
+  // An unknown family has both messages: its own, and the one of a record without an address.
   const form* row = find_form(family, type);
   const bool is_whole = row != nullptr && make_addresses(*skt, *row);
   if (row == nullptr && !is_family(family)) {
@@ -110,7 +108,8 @@ bool store(char* to, std::size_t room, const char* text) noexcept {
 }
 
 bool set_local_name(skt_address& address, const char* name) noexcept {
-  char stored[longest_local_name + 1] = {};  // the longest name leaves no room for its NUL
+  // By way of a copy: the longest name fills the path and leaves no room for the NUL of `store`.
+  char stored[longest_local_name + 1] = {};
   if (!store(stored, sizeof stored, name)) return false;
   address.local = {};
   address.local.sun_family = AF_LOCAL;

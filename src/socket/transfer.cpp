@@ -11,8 +11,9 @@
 namespace ruvex {
 namespace {
 
-// Receives a datagram; the sender's address replaces `sender`, where that is not null, when one has
-// come.
+// Receives; when something has come, the sender's address replaces `sender`, where that is not
+// null. The whole address is replaced: the system writes no more of it than the sender's address
+// has, and what an earlier, longer name left would become part of this one.
 ssize_t receive_from(const Socket& skt, void* buf, std::size_t len, skt_address* sender) noexcept {
   skt_address from = {};
   auto size = static_cast<socklen_t>(skt.m_addrlen);

@@ -2,10 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <initializer_list>
 #include <limits>
 #include <string>
-#include <string_view>
 
 #include "cfg/document_text.h"
 #include "ruvex/cfg/doc_defaults.h"
@@ -13,12 +11,15 @@
 namespace ruvex {
 namespace {
 
-// All settings in document order.
-std::string settings_of(const chn_cfg& chn) {
-  std::string settings;
-  for (const auto& row : chn_attributes) settings.append(row.view(chn).view()) += '|';
-  for (const auto& row : written_chn_elements) settings.append(row.view(chn).view()) += '|';
-  return settings;
+chn_cfg default_channel(std::int32_t index, std::int32_t type, std::int32_t instance) {
+  chn_cfg chn = {};
+  init_chn_cfg(&chn, index, type, instance);
+  return chn;
+}
+std::string text_of(const chn_cfg& chn) {
+  std::string text;
+  add_channel(text, chn);
+  return text;
 }
 
 TEST(InitChnCfg, FillsEverySettingOfTheSevenTypes) {
@@ -39,89 +40,90 @@ TEST(InitChnCfg, FillsEverySettingOfTheSevenTypes) {
       // clang-format on
   };
   for (const auto& row : cases) {
-    chn_cfg chn = {};
-    init_chn_cfg(&chn, row.index, row.type, 5);
-    EXPECT_EQ(settings_of(chn), "Default Channel Name|5|" + row.types +
-                                    "|0|Default channel description|0|" + row.high + "|0|" +
-                                    row.high + "|0|" + row.levels + "|1|0|FAHRENHEIT|0|0|0|" +
-                                    row.registers + "|OFF|OFF|OFF|AUTO|0|0|" + row.limit + "|0|")
+    const chn_cfg chn = default_channel(row.index, row.type, 5);
+    std::string settings;
+    for (const auto& at : written_chn_elements) settings.append(at.view(chn).view()) += '|';
+    EXPECT_EQ(settings, row.types + "|0|Default channel description|0|" + row.high + "|0|" +
+                            row.high + "|0|" + row.levels + "|1|0|FAHRENHEIT|0|0|0|" +
+                            row.registers + "|OFF|OFF|OFF|AUTO|0|0|" + row.limit + "|0|")
         << "type " << row.type;
   }
 }
 
 TEST(InitChnCfg, GivesOtherTypesANameAndAnInstanceAlone) {
   for (const std::int32_t type : {0, 2, 4, 9, 13, 18, 22, -1}) {
-    chn_cfg chn = {};
-    init_chn_cfg(&chn, 0, type, -1);
-    EXPECT_EQ(settings_of(chn), "Default Channel Name|-1|" + std::string(31, '|'));
+    EXPECT_EQ(text_of(default_channel(0, type, -1)), "[name='Default Channel Name' instance='-1']");
   }
-}
-
-constexpr const char* default_settings =
-    "name='Default Configuration Name' instance='2749' cfg_version='3.0' boot_protocol='NONE' "
-    "ip_addr='192.168.92.68' netmask='255.255.255.0' gateway='192.168.92.1' dns1='0.0.0.0' "
-    "dns2='0.0.0.0' timezone='-6' ntp_enable='0' ntp_server='pool.ntp.org' ntp_refresh='1' "
-    "dst_enable='0' dst_on_mon='2' dst_on_dom='SUN2' dst_on_hr='2' dst_off_mon='10' "
-    "dst_off_dom='SUN1' dst_off_hr='2' ofl_poll_delay='15000' yax_poll_delay='500' "
-    "mcd_poll_delay='2000' sys_read_delay='10' sys_read_max='24' baudrate='19200' protocol='RTU' "
-    "parity='EVEN' timeout='1000' ifgap='0' bac_udp_port='47808' bac_bbmd_ip='0.0.0.0' "
-    "bac_ttl='100'";
-
-std::string joined(std::initializer_list<std::string_view> settings) {
-  std::string text;
-  for (const std::string_view setting : settings) text.append(setting) += '|';
-  return text += '\n';
-}
-
-// Units and channels, with what they do not have from their type alone.
-std::string special_text(const yax_cfg& doc) {
-  std::string text;
-  add_list(text, doc.unit_list, doc.unit_count, [&text](const unit_cfg& unit) {
-    text += joined({unit.name.view(), unit.type.view(), unit.address.view()});
-    add_list(text, unit.chn_list, unit.chn_count, [&text](const chn_cfg& chn) {
-      text +=
-          joined({chn.name.view(), chn.instance.view(), chn.chn_type.view(), chn.bac_desc.view(),
-                  chn.reg_num.view(), chn.reg_size.view(), chn.reg_fcn.view()});
-    });
-  });
-  return text;
 }
 
 TEST(MakeDefaultYaxCfg, GivesTheFactoryDocument) {
-  constexpr const char* desc = "|Default channel description|";
   std::string standard;
-  for (int at = 1; at <= 8; ++at) {
-    standard += "Default Channel Name|" + std::to_string(at) +
-                (at < 7 ? "|INPUT_10A" : "|OUTPUT_RLY") + desc + std::to_string(40099 + 2 * at) +
-                "|2|16|\n";
-  }
-  const yax_cfg_ptr doc(make_default_yax_cfg());
-  EXPECT_TRUE(document_text(*doc).starts_with(std::string(default_settings) + '{'));
-  EXPECT_EQ(special_text(*doc), "Default YAX Unit|YAX_TYPE1|1|\n" + standard +
-                                    "User Virtual Points|VIRTUAL|8|\n" +
-                                    "Default Virtual Point|840001|INPUT_MCD_HREG" + desc +
-                                    "40001|2|16|\n" + "System Virtual Points|VIRTUAL|9|\n" +
-                                    "Time Set|910001|INPUT_MCD_BIN|Time Set|10001|1|6|\n");
+  for (int at = 0; at < 8; ++at) standard += text_of(default_channel(at, at < 6 ? 3 : 19, at + 1));
+  chn_cfg user = default_channel(0, 12, 840001), system = default_channel(0, 10, 910001);
+  user.name = "Default Virtual Point";
+  user.reg_size = "2";
+  user.reg_fcn = "16";
+  system.name = system.bac_desc = "Time Set";
+  const std::string virtual_unit = " Virtual Points' type='VIRTUAL' address=";
+  EXPECT_EQ(changes_text(*yax_cfg_ptr(make_default_yax_cfg())),
+            "{name='Default YAX Unit' type='YAX_TYPE1' address='1' poll_delay='0'" + standard +
+                "}{name='User" + virtual_unit + "'8' poll_delay='0'" + text_of(user) +
+                "}{name='System" + virtual_unit + "'9' poll_delay='0'" + text_of(system) + "}");
 }
 
-TEST(InitYaxCfg, DoesNotTouchWhatHasNoDefault) {
+TEST(InitYaxCfg, SetsWhatHasADefault) {
   yax_cfg doc = {};
   ASSERT_TRUE(doc.bac_rpm.assign("kept") && doc.gateway.assign("replaced"));
   init_yax_cfg(&doc);
-  EXPECT_EQ(document_text(doc), std::string(default_settings) + " bac_rpm='kept'");
+  EXPECT_EQ(
+      document_text(doc),
+      "name='Default Configuration Name' instance='2749' cfg_version='3.0' boot_protocol='NONE' "
+      "ip_addr='192.168.92.68' netmask='255.255.255.0' gateway='192.168.92.1' dns1='0.0.0.0' "
+      "dns2='0.0.0.0' timezone='-6' ntp_enable='0' ntp_server='pool.ntp.org' ntp_refresh='1' "
+      "dst_enable='0' dst_on_mon='2' dst_on_dom='SUN2' dst_on_hr='2' dst_off_mon='10' "
+      "dst_off_dom='SUN1' dst_off_hr='2' ofl_poll_delay='15000' yax_poll_delay='500' "
+      "mcd_poll_delay='2000' sys_read_delay='10' sys_read_max='24' baudrate='19200' protocol='RTU' "
+      "parity='EVEN' timeout='1000' ifgap='0' bac_udp_port='47808' bac_bbmd_ip='0.0.0.0' "
+      "bac_ttl='100' bac_rpm='kept'");
 }
 
-TEST(AddUnitCfg, MakesUnitsOfEachTypeUnlessTheListIsFull) {
+// Beside a unit with this address and with a channel of this instance.
+TEST(AddUnitCfg, CountsOnFromTheLargestNumbers) {
+  const struct {
+    const char *address, *instance;
+    int type;
+    std::string added;  // the unit's address and its first channel's instance
+  } cases[] = {
+      // clang-format off
+      {"246", " +12b9", 1, "247 13"},          {"247", "1", 0, "null"},
+      {"junk7", "-5", 1, "1 1"},               {"9223372036854775807", "", 0, "null"},
+      {"", "2147483639", 1, "1 2147483640"},   {"", "2147483640", 1, "null"},
+      {"", "9223372036854775807", 0, "1"},     {"", "4294967296", 1, "null"},
+      {"1", "1", 3, "null"},                   {"1", "1", -1, "null"},
+      // clang-format on
+  };
+  for (const auto& row : cases) {
+    const yax_cfg_ptr doc(make_record<yax_cfg>().release());
+    unit_cfg* first = add_unit_cfg(doc.get(), 0, 0);
+    first->address.ref().assign(row.address);
+    add_chn_cfg(first, 0, 0, 12, 0)->instance.ref().assign(row.instance);
+    const unit_cfg* unit = add_unit_cfg(doc.get(), 0, row.type);
+    std::string added = unit == nullptr ? "null" : unit->address.c_str();
+    if (row.type == 1 && unit != nullptr) added.append(" ") += unit->chn_list->instance.view();
+    EXPECT_EQ(added, row.added) << row.address << " " << row.instance;
+  }
+}
+
+TEST(AddUnitCfg, MakesUnitsUnlessTheListIsFull) {
   const yax_cfg_ptr doc(make_record<yax_cfg>().release());
-  ASSERT_NE(add_unit_cfg(doc.get(), 0, 0), nullptr);
+  unit_cfg* unit = add_unit_cfg(doc.get(), 0, 0);
   ASSERT_NE(add_unit_cfg(doc.get(), 0, 2), nullptr);
   EXPECT_EQ(document_text(*doc),
             "{name='Default Modbus Unit' type='MODBUS' address='1' poll_delay='0'}"
             "{name='Default Virtual Unit' type='VIRTUAL' address='2' poll_delay='0'}");
-  unit_cfg* unit = doc->unit_list;
   ASSERT_NE(add_chn_cfg(unit, 0, 0, 12, 1), nullptr);
   doc->unit_count = unit->chn_count = max_list_count;
-  for (const int type : {0, 1, 2}) EXPECT_EQ(add_unit_cfg(doc.get(), 0, type), nullptr);
+  EXPECT_EQ(add_unit_cfg(doc.get(), 0, 0), nullptr);
   EXPECT_EQ(add_chn_cfg(unit, 0, 0, 12, 1), nullptr);
   EXPECT_EQ(unit->chn_list->next, nullptr);
 }

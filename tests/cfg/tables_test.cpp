@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "ruvex/cfg/tags.h"
-
 namespace ruvex {
 namespace {
 
@@ -30,12 +28,6 @@ TEST(Tables, LookUpsAreExact) {
     EXPECT_EQ(str_to_enum(chk_unit_type, text), -1);
   }
   EXPECT_EQ(str_to_enum(chk_norange_short, "0"), -1);  // no data rows
-}
-
-TEST(Tags, AreOrderedById) {
-  EXPECT_EQ(tag_idx_sort({1, nullptr}, {2, nullptr}), -1);
-  EXPECT_EQ(tag_idx_sort({2, nullptr}, {-1, nullptr}), 1);
-  EXPECT_EQ(tag_idx_sort({5, nullptr}, {5, nullptr}), 0);
 }
 
 }  // namespace

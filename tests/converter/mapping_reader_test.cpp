@@ -36,12 +36,14 @@ TEST(MappingReader, AFailureLeavesWhatWasReadInOrder) {
   } cases[] = {
       // clang-format off
       {std::string(1022, ',') + "\n", csv_read, "", list + " 1/1[40001]"},
-      {std::string(70000, ','), csv_bad_line, too_long, list},
+      {std::string(1023, ',') + "\n", csv_bad_line, too_long, list},
       {point({{16, std::string("0,\0", 3)}}), csv_bad_line, nul, list},
       {point({{4, "20001"}}), csv_illegal_reference, illegal, "5[20001 " + rest},
       {point({{3, "7"}, {4, "20001"}}, 5), csv_illegal_reference, illegal,
        "5[40001 40003:2 40003:16] 7[] 9[40005]"},
       {point({{4, " 40001"}}, 10), csv_illegal_reference, illegal, list},
+      {point({{9, std::string(64, 'd')}, {4, "30009"}}), csv_read, "Line 6: description cut to 63 characters\n",
+       "5[30009 " + rest + " 1/1[40001]"},
       // clang-format on
   };
   const temporary_file file;
@@ -56,6 +58,36 @@ TEST(MappingReader, AFailureLeavesWhatWasReadInOrder) {
   EXPECT_EQ(modUnits->chn_list->reg_size, "1") << "nothing stays of a line that adds no channel";
   EXPECT_EQ(read_csv_file(file.filled_with("Title line only\n20001\n" + point({}, 2))), csv_read);
   EXPECT_EQ(modUnits, nullptr) << "a read replaces the one before";
+}
+
+// "@" is 31 characters, which every field takes; one more ends the read.
+TEST(MappingReader, FieldsHold31Characters) {
+  const changes cases = {{1, "@"},  {3, "@"},  {3, "@/1"}, {3, "4/@"}, {4, "@"},
+                         {4, "X@"}, {6, "@"},  {7, "@  "}, {8, "@"},   {11, "@"},
+                         {12, "@"}, {13, "@"}, {14, "@"},  {15, "@"},  {16, "@"}};
+  const temporary_file file;
+  for (auto [field, text] : cases) {
+    const std::string message = "Line 1: field " + std::to_string(field);
+    text.replace(text.find('@'), 1, std::string(31, '4'));
+    EXPECT_EQ(read_csv_file(file.filled_with(point({{field, text}}))), csv_read) << message;
+    testing::internal::CaptureStdout();
+    text.insert(text.rfind('4'), 1, '4');
+    EXPECT_EQ(read_csv_file(file.filled_with(point({{field, text}}))), csv_field_too_long);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              message + " is longer than 31 characters, exiting.");
+  }
+}
+
+TEST(MappingReader, AUnitHolds32767Channels) {
+  const temporary_file file;
+  std::string mapping;
+  for (int line = 0; line < 32767; ++line) mapping += point();
+  EXPECT_EQ(read_csv_file(file.filled_with(mapping + point({{3, "1"}}))), csv_read);
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(read_csv_file(file.filled_with(mapping + point({{3, "05"}}))), csv_too_many_channels);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+            "Line 32768: more than 32767 channels in one unit, exiting.");
+  EXPECT_EQ(modUnits->chn_count, 32767);
 }
 
 }  // namespace

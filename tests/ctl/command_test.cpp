@@ -35,6 +35,8 @@ TEST_F(CommandTest, AWrongCommandLineIsTrouble) {
       {{"check", "-f", "x"}, "ruvexctl check: invalid option -- 'f'\n"},
       {{"show", "--format"}, "ruvexctl show: option '--format' requires an argument\n"},
       {{"show", "--format=xml", "x"}, "ruvexctl show: invalid argument 'xml' for '--format'\nTry"},
+      {{"show", "--\n"}, "ruvexctl show: unrecognized option '--\\x0A'\nTry"},
+      {{"show", "--format=\n"}, "ruvexctl show: invalid argument '\\x0A' for '--format'\nTry"},
       {{"check"}, "ruvexctl check: a file is needed\nTry 'ruvexctl check"},
       {{"show", "a", "b"}, "ruvexctl show: one file is needed\nTry"},
       {{"diff", "a"}, "ruvexctl diff: two files are needed\nTry"},
@@ -63,6 +65,28 @@ TEST_F(CommandTest, WhatCannotBeReadOrWrittenIsTrouble) {
     EXPECT_EQ(full, (outcome{2, "", "ruvexctl: standard output: No space left on device\n"}))
         << name;
   }
+}
+
+TEST_F(CommandTest, TheNameOfAFileCommandsNoTerminalAndBeginsNoLine) {
+  const std::string file = path("a\x1B[2J\n\xC2\x9B.csv");
+  write(file, {"ab\0\n", 4});
+  const std::string shown = path("a\\x1B[2J\\x0A\\xC2\\x9B.csv");
+  const std::string nul =
+      shown + ":1:3: error: the line holds a NUL byte, which ruvex refuses [nul-byte]\n";
+  const struct {
+    std::vector<std::string> arguments;
+    std::string err;
+  } cases[] = {
+      {{"check", file}, nul + "1 file, 0 points: 1 error, 0 warnings\n"},
+      {{"show", file}, nul},
+      {{"diff", file, file + "x"}, nul + "ruvexctl: " + shown + "x: No such file or directory\n"},
+      {{"tidy", "--columns=-,-,1,=1,=4", file},
+       shown + ":1:1: error: field 2 (name) holds a NUL byte, which a mapping file cannot hold\n"},
+      {{"tidy", "--columns=1", file},
+       shown + ":1: left out: header\nruvexctl: " + shown +
+           ": no row has a unit and a reference with digits; see --delimiter and --columns\n"},
+  };
+  for (const auto& row : cases) EXPECT_EQ(run(row.arguments).err, row.err);
 }
 
 // What bash offers behind these words, with the program's own help as the source.

@@ -7,12 +7,12 @@
 #include <utility>
 #include <vector>
 
+#include "field_rules.h"
 #include "gtest/gtest.h"
+#include "ruvex/mapping/point_reader.h"
 
 namespace ruvex {
 namespace {
-
-using namespace std::string_view_literals;
 
 using cells = std::vector<std::pair<std::size_t, std::string>>;  // columns and texts
 
@@ -43,11 +43,11 @@ cells split_plainly(const std::string& line) {
 }
 
 TEST(SplitMappingLine, AgreesWithThePlainSplitterAndStaysInsideTheLine) {
-  constexpr std::string_view alphabet = ",,,\"\r\n  ab\0\xac"sv;
+  constexpr char alphabet[] = ",,,\"\r\n  ab\xac";  // and its NUL
   std::mt19937 random(20240501);
   for (int round = 0; round < 20000; ++round) {
     std::string line(random() % 120, ' ');
-    for (char& character : line) character = alphabet[random() % alphabet.size()];
+    for (char& character : line) character = alphabet[random() % sizeof alphabet];
     const auto block = std::make_unique<char[]>(line.size());  // what is beyond it is poisoned
     std::copy(line.begin(), line.end(), block.get());
     ASSERT_EQ(split({block.get(), line.size()}), split_plainly(line))
@@ -76,30 +76,31 @@ TEST(ModbusReference, ShortNumbersBecomeCoils) {
 }
 
 TEST(RegisterClass, FollowsFromTheFirstCharacter) {
-  constexpr std::string_view known = "0134";
   for (int code = 0; code < 256; ++code) {
-    const auto place = static_cast<int>(known.find(static_cast<char>(code)));  // -1 for none
+    const std::size_t place = std::string_view("0134").find(static_cast<char>(code));
     const char reference[] = {static_cast<char>(code), '1', '\0'};
-    EXPECT_EQ(modbus_reg_type(reference), place) << code;
+    EXPECT_EQ(modbus_reg_type(reference), static_cast<int>(place)) << code;  // npos is -1
   }
-  EXPECT_EQ(channel_type(register_class::illegal, "ANALOG_INPUT"), -1);
+}
+
+TEST(Columns, DefaultTextsAreThoseOfTheDefaults) {
+  const chn_cfg defaults = csv_defaults();
+  for (const mapping_column& column : mapping_columns) {
+    if (column.rule != column_rule::copied) continue;
+    EXPECT_EQ(column.default_text, (defaults.*column.setting).view()) << column.name;
+  }
+  EXPECT_EQ(mapping_columns[field_name].default_text, defaults.name.view());
+  const modbus_type_row* row = find_data_type(mapping_columns[field_data_type].default_text);
+  EXPECT_TRUE(row != nullptr && row->reg_size == defaults.reg_size &&
+              row->reg_endian == defaults.reg_endian && row->reg_format == defaults.reg_format);
 }
 
 TEST(Texts, AreMatchedAsAWhole) {
-  for (const char* data_type :
-       {"my Bit16", "Bit16 ", "16 Bit Signed", "floating point hi/lo", ""}) {
+  for (const char* data_type : {"a Bit16", "Bit16 ", "16 Bit Signed", "floating point hi/lo", ""}) {
     EXPECT_EQ(find_data_type(data_type), nullptr) << data_type;
   }
-  const std::int32_t type = channel_type(register_class::holding_register, "ANALOG_INPUTS");
-  EXPECT_EQ(type, channel_type(register_class::holding_register, "ANALOG_OUTPUT"));
-}
-
-TEST(BitMask, TheLowEightBitsOfTheNumberCount) {
-  for (std::int64_t number = -600; number < 600; ++number) {
-    const std::int64_t bit = (number % 256 + 256) % 256;
-    const std::int64_t mask = bit < 32 ? std::int64_t{1} << bit : 0;
-    EXPECT_EQ(bit_mask(std::to_string(number)), static_cast<std::int32_t>(mask)) << number;
-  }
+  EXPECT_EQ(channel_type(register_class::holding_register, "ANALOG_INPUTS"),
+            chn_type::output_mcd_hreg);
 }
 
 }  // namespace

@@ -1,32 +1,19 @@
-// Sockets that leave nothing behind, system calls that fail on purpose, and networks of our own.
+// Sockets that leave nothing behind, and networks of our own.
 #pragma once
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sched.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <string>
+#include <type_traits>
 
-#include "ruvex/socket/address.h"
 #include "ruvex/socket/socket.h"
-
-// System calls that tests wrap. On 32-bit systems they have other names, for times of 64 bits.
-#ifdef __arm__
-#define RUVEX_IOCTL "__ioctl_time64"
-#define RUVEX_SELECT "__select64"
-#define RUVEX_GETSOCKOPT "__getsockopt64"
-#define RUVEX_SETSOCKOPT "__setsockopt64"
-#else
-#define RUVEX_IOCTL "ioctl"
-#define RUVEX_SELECT "select"
-#define RUVEX_GETSOCKOPT "getsockopt"
-#define RUVEX_SETSOCKOPT "setsockopt"
-#endif
 
 namespace ruvex {
 
@@ -42,27 +29,21 @@ class Sockets : public testing::Test {
   std::ptrdiff_t before_ = descriptors();
 };
 
-// What a call prints on standard error.
+// What a call gives, a space, and what it prints on standard error. A socket that it makes is
+// closed, and given as "made"; no socket is "null".
 template <class Call>
-std::string printed(Call call) {
+std::string outcome(Call call) {
   testing::internal::CaptureStderr();
-  call();
-  return testing::internal::GetCapturedStderr();
-}
-
-// No descriptor can be had while this lives.
-class no_descriptors {
- public:
-  no_descriptors() {
-    ::getrlimit(RLIMIT_NOFILE, &before_);
-    const rlimit none = {0, before_.rlim_max};
-    ::setrlimit(RLIMIT_NOFILE, &none);
+  const auto result = call();
+  std::string text;
+  if constexpr (std::is_pointer_v<decltype(call())>) {
+    text = result == nullptr ? "null" : "made";
+    sktClose(result);
+  } else {
+    text = std::to_string(result);
   }
-  ~no_descriptors() { ::setrlimit(RLIMIT_NOFILE, &before_); }
-
- private:
-  rlimit before_ = {};
-};
+  return text + " " + testing::internal::GetCapturedStderr();
+}
 
 // A network of this process alone, with a loopback interface, as long as this lives.
 class own_network {
@@ -70,8 +51,9 @@ class own_network {
   own_network() : before_(::open("/proc/self/ns/net", O_RDONLY | O_CLOEXEC)) {
     if (::unshare(CLONE_NEWNET) != 0) {
       missing_ = std::string("skipped: no network namespace: ") + std::strerror(errno);
-    } else if (!run("ip link set lo up")) {
-      missing_ = "skipped: ip (package iproute2) does not work here";
+    } else if (!run("ip link set lo up && ip link add v0 type veth peer name v1 && "
+                    "ip link set v0 up && ip link set v1 up")) {
+      missing_ = "skipped: ip (package iproute2) makes no virtual interfaces here";
     }
   }
   ~own_network() {
@@ -87,13 +69,6 @@ class own_network {
   int before_;
   std::string missing_;
 };
-
-inline std::uint16_t port_of(const Socket& skt) {
-  sockaddr_in own = {};
-  socklen_t size = sizeof own;
-  ::getsockname(skt.m_sock, reinterpret_cast<sockaddr*>(&own), &size);
-  return ntohs(own.sin_port);
-}
 
 inline skt_address loopback() {
   skt_address address = {};

@@ -1,6 +1,7 @@
 // Allocations that fail on purpose. A program of ruvex_allocation_test (CMakeLists.txt) is linked
 // with the allocation functions wrapped, so that the calls of the libraries under test arrive here.
-// For one source file of a program.
+// While nothing is watched they go straight on, so the program may have other tests as well. For
+// one source file of a program.
 #pragma once
 
 #include <cerrno>

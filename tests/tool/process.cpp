@@ -108,17 +108,9 @@ process::process(const std::vector<std::string>& command, const preparation& pre
 }
 
 process::~process() {
-  if (!has_ended()) {
-    ::kill(id_, SIGKILL);
-    wait();
-  }
+  if (!ended_ && ::kill(id_, SIGKILL) == 0) wait();
   ::close(out_);
   ::close(err_);
-}
-
-bool process::has_ended() {
-  if (!ended_) ended_ = ::waitpid(id_, &wait_status_, WNOHANG) == id_;
-  return ended_;
 }
 
 outcome process::wait() {

@@ -51,7 +51,6 @@ class process {
   process& operator=(const process&) = delete;
 
   pid_t id() const { return id_; }
-  bool has_ended();
   outcome wait();
 
  private:

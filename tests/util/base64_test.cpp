@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -51,23 +52,18 @@ TEST(Base64, ConvertsThePublishedVectors) {
   }
 }
 
-// One process encodes all lengths, each filled up with zeros to whole groups, which are the bits
-// that padding stands for.
 TEST(Base64, EncodesAndDecodesAsCoreutilsDo) {
-  std::string all, theirs(1000000, '?');
-  for (std::size_t size = 0; size <= 1000; ++size)
-    all += sample(size) + std::string((3 - size % 3) % 3, '\0');
+  const std::string bytes = sample(12000);
   const temporary_file file;
-  std::FILE* const pipe =
-      ::popen(("base64 -w0 " + std::string(file.filled_with(all))).c_str(), "r");
-  theirs.resize(std::fread(theirs.data(), 1, theirs.size(), pipe));
-  EXPECT_EQ(::pclose(pipe), 0);
-  for (std::size_t size = 0, at = 0; size <= 1000; ++size) {
-    const std::size_t length = (size + 2) / 3 * 4, padding = (3 - size % 3) % 3;
-    const std::string text = theirs.substr(at, length - padding) + std::string(padding, '=');
-    ASSERT_EQ(encoded(sample(size)), text);
-    ASSERT_EQ(decoded(text), std::to_string(length / 4 * 3) + ":" + sample(size));
-    at += length;
+  for (const std::string width : {"0", "76", "75", "1"}) {
+    std::string theirs(40000, '?');
+    const std::string command = "base64 -w" + width + " " + file.filled_with(bytes);
+    std::FILE* const pipe = ::popen(command.c_str(), "r");
+    theirs.resize(std::fread(theirs.data(), 1, theirs.size(), pipe));
+    EXPECT_EQ(::pclose(pipe), 0);
+    EXPECT_EQ(decoded(theirs), std::to_string(theirs.size() / 4 * 3) + ":" + bytes) << width;
+    theirs.erase(std::remove(theirs.begin(), theirs.end(), '\n'), theirs.end());
+    EXPECT_EQ(encoded(bytes), theirs);
   }
 }
 
@@ -76,12 +72,6 @@ TEST(Base64, DecodesWhatIsUsableOfAnyText) {
   for (int code = 1; code < 128; ++code)
     if (dec64[code] == 126 && code != '=')
       junk += {static_cast<char>(code), static_cast<char>(code | 128)};
-  const std::string bytes = sample(300), text = encoded(bytes);
-  for (const std::size_t width : {76U, 75U, 1U}) {
-    std::string folded = text;
-    for (std::size_t at = width; at < folded.size(); at += width + 1) folded.insert(at, "\n");
-    EXPECT_EQ(decoded(folded), std::to_string(folded.size() / 4 * 3) + ":" + bytes) << width;
-  }
   for (char& character : top_bits) character = static_cast<char>(character | 128);
   // clang-format off
   const std::pair<std::string, std::string> cases[] = {
@@ -93,29 +83,16 @@ TEST(Base64, DecodesWhatIsUsableOfAnyText) {
       {"Z~m~8~=~", "6:fo"}, {"Z" + junk + "m" + junk + "9v" + junk + "Yg==", "285:foob"}};
   // clang-format on
   for (const auto& [given, result] : cases) EXPECT_EQ(decoded(given), result) << given;
-  EXPECT_EQ(junk.size(), 124U);
-  for (const std::size_t size : {300U, 301U, 302U}) {
-    const std::string whole = encoded(sample(size));
-    for (std::size_t cut = 0; cut < whole.size(); ++cut)
-      EXPECT_EQ(decoded(whole.substr(0, cut)),
-                std::to_string(cut / 4 * 3) + ":" + sample(std::min(size, cut / 4 * 3)));
-  }
 }
 
 TEST(Base64, BlocksAndLimitsAreExact) {
-  const std::tuple<int, std::uint8_t, std::uint8_t, std::uint8_t, const char*> blocks[] = {
-      {-9, 77, 0, 0, "TQ==#"}, {0, 77, 0, 0, "TQ==#"},    {1, 77, 0, 0, "TQ==#"},
-      {2, 77, 97, 0, "TWE=#"}, {3, 77, 97, 110, "TWFu#"}, {4, 255, 255, 255, "////#"}};
-  for (const auto& [len, first, second, third, text] : blocks) {
-    const std::uint8_t in[] = {first, second, third};
-    std::uint8_t values[4], out[] = {1, 1, 1, 1};
+  const std::pair<int, const char*> blocks[] = {{-9, "TQ==#"}, {0, "TQ==#"}, {1, "TQ==#"},
+                                                {2, "TWE=#"},  {3, "TWFu#"}, {4, "TWFu#"}};
+  for (const auto& [len, text] : blocks) {
+    const std::string bytes = len < 2 ? std::string("M\0\0", 3) : len == 2 ? "Ma" : "Man";
     char to[] = "#####";
-    encodeblock(in, to, len);
+    encodeblock(reinterpret_cast<const std::uint8_t*>(bytes.c_str()), to, len);
     EXPECT_STREQ(to, text);
-    for (int at = 0; at < 4; ++at)
-      values[at] = text[at] == '=' ? 0 : dec64[static_cast<int>(text[at])];
-    decodeblock(values, out);
-    EXPECT_EQ(std::tuple(out[0], out[1], out[2], out[3]), std::tuple(first, second, third, 1));
   }
   EXPECT_EQ(dec64['='], 126);
   EXPECT_EQ(encoded(sample(32767)).size(), 43692U);

@@ -21,9 +21,10 @@ constexpr bool is_digits(std::string_view text) noexcept {
   return !text.empty();
 }
 
-// The decimal number at the start of `characters`, in the manner of strtol: leading white space and
-// one sign are allowed, reading stops at the first character that is no digit, and a text without
-// digits counts as 0. A number beyond 64 bits saturates, whatever the width of `long`.
+// The decimal number at the start of `characters`, read as strtoll reads it: leading white space
+// and one sign are allowed, reading stops at the first character that is no digit, and a text
+// without digits gives 0. A number that does not fit 64 bits becomes the largest or the smallest
+// that does.
 constexpr std::int64_t decimal_prefix(std::string_view characters) noexcept {
   constexpr std::uint64_t largest = std::numeric_limits<std::int64_t>::max();
   const char* at = characters.data();

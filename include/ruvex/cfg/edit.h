@@ -1,7 +1,7 @@
 // Changing the shape of a configuration: deleting, moving, copying.
 //
-// The operations rely on the lists' invariants (records.h) and check nothing else: a record belongs
-// to the owner that is named with it. After a deletion every pointer to the record is invalid.
+// The operations rely on lists in good order (records.h) and on a record that belongs to the owner
+// named with it. They do not check this. After a deletion every pointer to the record is invalid.
 #pragma once
 
 #include <memory>
@@ -10,11 +10,12 @@
 
 namespace ruvex {
 
-// Takes the channel out of the unit's list, counts it off and releases it.
+// Removes the channel from the unit's list, lowers `chn_count` by one and releases the channel.
 void del_chn_cfg(unit_cfg* unit, chn_cfg* chn) noexcept;
 
-// Releases the unit's channels, takes the unit out of its list and releases it. The document is not
-// touched: beforehand the caller moves `unit_list` on when the unit is its head, and counts it off.
+// Removes the unit from its list and releases it with its channels. The document's `unit_list` and
+// `unit_count` are not changed. Before the call the caller sets `unit_list` to the next unit, if
+// this one is the head, and lowers `unit_count` by one.
 void del_unit_cfg(unit_cfg* unit) noexcept;
 
 // Releases the document with all its units and channels. Null is allowed.
@@ -26,24 +27,24 @@ struct yax_cfg_delete {
 };
 using yax_cfg_ptr = std::unique_ptr<yax_cfg, yax_cfg_delete>;
 
-// Owns a unit that is in no list, whatever its links name, with its channels.
+// Owns a unit and its channels. The unit is in no list; its `prev` and `next` are not followed.
 struct unit_cfg_delete {
   void operator()(unit_cfg* unit) const noexcept;
 };
 using unit_cfg_ptr = std::unique_ptr<unit_cfg, unit_cfg_delete>;
 
-// Moves the record one place towards the head of its list: 0; -1, and nothing has changed, when it
-// is the head. Only links change. The owner's head is not touched: when the record has become the
-// first, the caller sets the head to it.
+// Moves the record one place towards the head of its list. Returns 0, or -1 when the record is the
+// head, and then nothing has changed. Only links change. When the record has become the first, the
+// caller sets the owner's head to it.
 int swap_chn_cfg(chn_cfg* chn) noexcept;
 int swap_unit_cfg(unit_cfg* unit) noexcept;
 
-// A copy of the unit with copies of all its channels, owned by the caller; null when memory has run
-// out. Its `prev` and `next` are the source's, until the caller links it.
+// A copy of the unit with copies of all its channels. The caller owns it (unit_cfg_ptr). Its `prev`
+// and `next` are those of the source until the caller links it. Null when memory has run out.
 unit_cfg* copy_unit_cfg(const unit_cfg* unit) noexcept;
 
-// A copy of the document with copies of all its units and channels, owned by the caller; null when
-// memory has run out.
+// A copy of the document with copies of all its units and channels. The caller owns it
+// (yax_cfg_ptr). Null when memory has run out.
 yax_cfg* copy_yax_cfg(const yax_cfg* doc) noexcept;
 
 }  // namespace ruvex

@@ -1,6 +1,6 @@
 // What stands where in a configuration document: for each record one table of its elements and one
-// of its attributes, in document order. The writer walks these tables and the reader looks tags up
-// in them; nothing else names the settings of a document.
+// of its attributes, in document order. The writer follows these tables and the reader looks tags
+// up in them, so a setting of a document is named here and nowhere else.
 #pragma once
 
 #include <algorithm>
@@ -9,7 +9,6 @@
 #include <cstdint>
 #include <string_view>
 
-#include "ruvex/cfg/member.h"
 #include "ruvex/cfg/records.h"
 #include "ruvex/cfg/tags.h"
 
@@ -21,6 +20,24 @@ enum class field_use : std::uint8_t {
   tcp_only,   // read; written for units of type "MODBUS_TCP"
 };
 
+// Functions that pick one setting out of a record, to be read and to be written:
+// view_of<&chn_cfg::name> is a setting_view<chn_cfg>, ref_of<&chn_cfg::name> a
+// setting_ref<chn_cfg>.
+template <class Record>
+using setting_view = text_view (*)(const Record&);
+template <class Record>
+using setting_ref = text_ref (*)(Record&);
+
+template <auto Member, class Record>
+constexpr text_view view_of(const Record& record) noexcept {
+  return (record.*Member).look();
+}
+template <auto Member, class Record>
+constexpr text_ref ref_of(Record& record) noexcept {
+  return (record.*Member).ref();
+}
+
+// One row of a table: a setting's tag and the member that holds its text.
 template <class Record>
 struct field {
   std::int32_t tag;
@@ -29,7 +46,7 @@ struct field {
   setting_ref<Record> ref;
 };
 
-// One row: the tag and the member that holds its text.
+// The row of a member. A name that is no tag does not compile.
 template <auto Member, class Record>
 consteval field<Record> make_field(std::string_view name, field_use use) {
   return {tag(name), use, view_of<Member, Record>, ref_of<Member, Record>};
@@ -156,7 +173,7 @@ inline constexpr auto written_chn_elements = rows_used<chn_elements, field_use::
 
 static_assert(written_doc_elements.size() == 31 && written_chn_elements.size() == 31);
 
-// Every tag but the three structural ones names a setting of some record.
+// Every tag except the three structural ones names a setting of some record.
 static_assert([] {
   std::array<bool, tag_count> named = {};
   const auto mark = [&named](const auto& rows) {

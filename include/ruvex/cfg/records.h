@@ -6,7 +6,7 @@
 // reachable from the head. A document owns its units and a unit owns its channels. Records are heap
 // blocks allocated zero-filled: what no operation has set is empty, 0 or null.
 //
-// Records carry no lock: a document and its lists are used by one thread at a time.
+// Records have no lock: one thread at a time uses a document and its lists.
 #pragma once
 
 #include <cstdint>

@@ -118,8 +118,8 @@ inline constexpr std::int32_t write_registers = 16;
 // row. The text is the table's own and constant. For enumeration tables.
 const char* enum_to_str(const chk_row* table, std::int32_t value) noexcept;
 
-// The texts of the values 0 to Count - 1 of an enumeration table, looked up once. A value that the
-// table lacks has an empty text.
+// The texts of the values 0 to Count - 1 of an enumeration table, looked up once. The text of a
+// value that the table does not have is empty.
 template <std::size_t Count>
 class enum_texts {
  public:

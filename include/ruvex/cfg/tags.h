@@ -17,11 +17,9 @@ struct tag_row {
   const char* text;  // null in the end row
 };
 
-inline constexpr std::size_t tag_count = 73;
-
 // Every tag, in id order, and an end row (-1, null): tag `id` stands in row `id`.
 // clang-format off
-inline constexpr std::array<tag_row, tag_count + 1> tag_str = {{
+inline constexpr auto tag_str = std::to_array<tag_row>({
     { 0, "yax_cfg"},        { 1, "cfg_version"},    { 2, "name"},           { 3, "instance"},
     { 4, "bac_udp_port"},   { 5, "bac_bbmd_ip"},    { 6, "bac_ttl"},        { 7, "bac_rpm"},
     { 8, "boot_protocol"},  { 9, "ip_addr"},        {10, "netmask"},        {11, "gateway"},
@@ -42,8 +40,10 @@ inline constexpr std::array<tag_row, tag_count + 1> tag_str = {{
     {68, "hoa_switch"},     {69, "override_val"},   {70, "limit_lo"},       {71, "limit_hi"},
     {72, "persistent"},
     {-1, nullptr},
-}};
+});
 // clang-format on
+
+inline constexpr std::size_t tag_count = tag_str.size() - 1;
 
 // The text of the tag `id`, which is one of the ids.
 constexpr const char* tag_text(std::int32_t id) noexcept {
@@ -55,6 +55,10 @@ constexpr int tag_idx_sort(const tag_row& a, const tag_row& b) noexcept {
   return a.id < b.id ? -1 : a.id > b.id ? 1 : 0;
 }
 
+static_assert(tag_idx_sort({1, nullptr}, {2, nullptr}) == -1 &&
+              tag_idx_sort({2, nullptr}, {-1, nullptr}) == 1 &&
+              tag_idx_sort({5, nullptr}, {5, nullptr}) == 0);
+
 // Orders rows by their texts, byte for byte: negative, 0 or positive.
 constexpr int tag_str_sort(const tag_row& a, const tag_row& b) noexcept {
   return std::string_view(a.text).compare(b.text);
@@ -65,7 +69,7 @@ constexpr int tag_str_find(std::string_view name, const tag_row& row) noexcept {
   return name.compare(row.text);
 }
 
-// The 73 tags in the order of their texts, without an end row.
+// The tags in the order of their texts, without an end row.
 inline constexpr std::array<tag_row, tag_count> tag_str_by_text = [] {
   std::array<tag_row, tag_count> rows = {};
   std::copy_n(tag_str.begin(), tag_count, rows.begin());

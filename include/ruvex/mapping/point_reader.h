@@ -1,7 +1,7 @@
-// A point line, read into a channel: what each field of a line does.
+// A point line, read into a channel.
 //
-// The reader reports to a listener and logs nothing. Whoever reads a mapping file, to convert it or
-// to look at it, reads it with this.
+// Whoever reads a mapping file, to convert it or to examine it, reads its lines with this. So what
+// is examined is what is converted. The reader logs nothing; it reports to a listener.
 #pragma once
 
 #include <cstddef>
@@ -14,24 +14,12 @@
 
 namespace ruvex {
 
-// The ends of the scaling: the device's low and high one, the user's low and high one.
-struct scale_end {
-  mapping_field field;
-  text<32> chn_cfg::*setting;
-};
-inline constexpr scale_end scale_ends[] = {
-    {field_scl_dev_lo, &chn_cfg::scl_dev_lo},
-    {field_scl_dev_hi, &chn_cfg::scl_dev_hi},
-    {field_scl_usr_lo, &chn_cfg::scl_usr_lo},
-    {field_scl_usr_hi, &chn_cfg::scl_usr_hi},
-};
-
-// What a reader tells about the line that it reads, as it comes upon it.
+// Is told what a reader finds in the line that it reads.
 class point_listener {
  public:
-  // The line is refused, for the sake of the field that has this number. True: the rest of the line
-  // is read nevertheless, and the setting keeps its default; a file with such a line is not one
-  // that can be converted. False: the reading of the line ends.
+  // The line is refused because of the field with this number: its file cannot be converted. The
+  // result tells whether the rest of the line is to be read all the same; the setting of the field
+  // then keeps its default. Where memory has run out the reading ends in any case.
   virtual bool refused(csv_result reason, std::size_t field) noexcept = 0;
 
   // The description was cut to the 63 characters that its setting holds.
@@ -41,12 +29,15 @@ class point_listener {
   ~point_listener() = default;
 };
 
-// What a line gave. The records are the reader's or the index's, and valid until the next line.
+// What a line gave. The list owns `chn` when it is added. Otherwise the reader owns it, and it is
+// valid until the next line.
 struct point_result {
-  csv_result code;     // csv_read, or the first reason for which the line was refused
-  const chn_cfg* chn;  // null for a line with fewer than two fields, which does nothing
-  unit_cfg* unit;      // that of the line's unit field; null where it has none
-  bool is_added;       // `chn` is noted in `unit`, to be linked
+  csv_result code;           // csv_read, or why the line was refused: the first reason, or memory
+  const chn_cfg* chn;        // null for a line with fewer than two fields, and without memory
+  unit_cfg* unit;            // that of the line's unit field; null where it has none
+  bool is_added;             // `chn` is one of the channels of `unit`
+  register_class reg_class;  // of the reference of `chn`
+  bool is_bit;               // the data type marks the point as a bit of a register
 };
 
 class point_reader {

@@ -1,40 +1,19 @@
-// The rules of a mapping line: how it is split, and what each field comes to mean.
+// The rules of a mapping line: how it is split into fields, and how a unit, a reference and a data
+// type are written.
 //
-// The rules work on views into the line, so that a field's column is the distance of its first
-// character from the line's; they store nothing and report nothing. The mapping file's format is
-// described in ruvex-mapping(5).
+// Results are views into the line, so the distance between the start of a field and the start of
+// the line is the field's column. Nothing is stored or reported here. ruvex-mapping(5) describes
+// the format.
 #pragma once
 
 #include <array>
 #include <cstddef>
-#include <cstdint>
 #include <string_view>
 
 #include "ruvex/cfg/text.h"
+#include "ruvex/mapping/columns.h"
 
 namespace ruvex {
-
-// The fields of a mapping line, by number.
-enum mapping_field : std::size_t {
-  field_label = 0,  // not used
-  field_cov_inc = 1,
-  field_name = 2,
-  field_unit = 3,
-  field_reference = 4,
-  field_data_type = 5,
-  field_bac_type = 6,
-  field_instance = 7,
-  field_bac_units = 8,
-  field_description = 9,
-  field_bit = 10,  // a line that reaches this field adds its point
-  field_scl_dev_lo = 11,
-  field_scl_dev_hi = 12,
-  field_scl_usr_lo = 13,
-  field_scl_usr_hi = 14,
-  field_group_en = 15,
-  field_restart = 16,
-};
-inline constexpr std::size_t max_mapping_fields = 17;
 
 // Longest line, its newline included.
 inline constexpr std::size_t max_mapping_line = 1023;
@@ -49,11 +28,6 @@ struct mapping_line {
 // returns and newlines, and takes the blanks off the end of every field but the first. Fields
 // beyond the 17th are left out.
 mapping_line split_mapping_line(std::string_view line) noexcept;
-
-// The name rule: the start of `field` that becomes the point's name. Up to 57 characters it is all
-// of it. From a longer one five digits at the end are taken away, or an "m" and up to three digits,
-// and the blanks before them; what is left is cut to 63 characters.
-std::string_view point_name(std::string_view field) noexcept;
 
 // What a unit field says: an address, or an IP address and an address on either side of the first
 // slash. Views into the field.
@@ -95,30 +69,14 @@ register_class classify_reference(std::string_view reference) noexcept;
 // character and for an empty text.
 int modbus_reg_type(const char* reference) noexcept;
 
-// A row of the data-type table.
+// A data type: the text that a line has, and what it sets. The table ends with a row whose text is
+// null.
 struct modbus_type_row {
   text<32> reg_size;
   text<32> reg_endian;
   text<32> reg_format;
-  std::string_view data_type;  // null in the end row
+  std::string_view data_type;
 };
 extern const modbus_type_row modbus_type[];
-
-// The first row of modbus_type with exactly this data-type text; null when there is none.
-const modbus_type_row* find_data_type(std::string_view data_type) noexcept;
-
-// Whether a data-type text marks its point as a bit of a register: it has "Bit16" or "Bit32" in it.
-bool is_bit_type(std::string_view data_type) noexcept;
-
-// The mask of the bit whose number is `field`: of the number only the low eight bits count, and
-// from 32 on the mask is 0. Bit 31 is the sign.
-std::int32_t bit_mask(std::string_view field) noexcept;
-
-// The channel type (a value of chk_chn_type) of a register class and an object type text; -1 for an
-// illegal class.
-std::int32_t channel_type(register_class reg_class, std::string_view bac_type) noexcept;
-
-// The Modbus write function (a value of chk_reg_fcn) of a register class and a register count text.
-std::int32_t write_function(register_class reg_class, std::string_view reg_size) noexcept;
 
 }  // namespace ruvex

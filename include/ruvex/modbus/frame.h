@@ -13,28 +13,10 @@
 
 #include <cstdint>
 
+#include "ruvex/modbus/codes.h"
 #include "ruvex/modbus/context.h"
 
 namespace ruvex {
-
-// Codes of failures: those of the Modbus protocol (1 to 8, "MODBUS Application Protocol
-// Specification V1.1b3", section 7), and the codec's own.
-enum mod_code : std::uint8_t {
-  MOD_NO_EXCEPTION = 0,
-  MOD_ILLEGAL_FUNCTION = 1,
-  MOD_ILLEGAL_DATA_ADDRESS = 2,
-  MOD_ILLEGAL_DATA_VALUE = 3,
-  MOD_NEGATIVE_ACKNOWLEDGE = 7,
-  MOD_SLAVE_CORRUPT = 12,
-  MOD_SLAVE_NO_FRAME = 13,
-  MOD_SLAVE_NOT_SENT = 14,
-  MOD_MASTER_NOT_SENT = 16,
-  MOD_MASTER_NO_RESPONSE = 17,
-  MOD_MASTER_CORRUPT = 18,
-};
-
-// The text of a code; "Unknown Error" for any that has none.
-const char* mod_errStr(int code) noexcept;
 
 // Sets up a context: the four values, and no characters received. `handle` and what the functions
 // use stay valid as long as the context is in use. The buffers are left as they are.
@@ -48,14 +30,14 @@ void mod_rxReset(mod_ctx* ctx) noexcept;
 // the character has completed it. Characters beyond 512 are not stored and complete nothing.
 //
 // The end is found from the characters alone: LF (ASCII), DLE ETX (DF1), the length field (TCP). An
-// RTU frame ends where a response of its function code does; one of another code than 1 to 6, 15
-// and 16 ends with the end of input (`expected` is then MOD_LEN_OPEN). RTU requests of foreign
-// masters have other lengths: request.h.
+// RTU frame ends where a response of its function code does. One of the codec's own codes
+// (message.h) or of an unknown one ends with the input; `expected` is then MOD_LEN_OPEN. RTU
+// requests of foreign masters have other lengths: request.h.
 std::int32_t mod_rxChar(mod_ctx* ctx, std::uint8_t character) noexcept;
 
-// Receives one frame through recv_fn. Its length; -1 when the input ended before the frame was
-// complete (but for an RTU frame of open length, which that completes) or went beyond 512
-// characters. What had been received is in `buffer` and `length` all the same.
+// Receives one frame through recv_fn. Its length; MOD_FAILED when the input ended before the frame
+// was complete or went beyond 512 characters. The end of the input completes an RTU frame of open
+// length. What has been received stands in `buffer` and `length` in every case.
 std::int32_t mod_waitPacket(mod_ctx* ctx) noexcept;
 
 // Writes the frame of a message of `length` bytes to `output`, which has room for 512 and is not
@@ -65,8 +47,8 @@ std::int32_t mod_binToTx(std::uint8_t protocol, std::int32_t length, const std::
                          std::uint8_t* output) noexcept;
 
 // Writes the message of a frame of `length` characters to `output`, which has room for as many and
-// may be the frame itself. Its length; -12 when the frame is corrupt, which one beyond 512
-// characters is too; 0 for an unknown protocol. `output` is of no use after -12.
+// may be the frame itself. Its length; MOD_CORRUPT_FRAME, also for a frame beyond 512 characters;
+// 0 for an unknown protocol. `output` is of no use after MOD_CORRUPT_FRAME.
 std::int16_t mod_rxToBin(std::uint8_t protocol, std::int32_t length, const std::uint8_t* frame,
                          std::uint8_t* output) noexcept;
 

@@ -8,19 +8,20 @@
 
 #include <cstdint>
 
+#include "ruvex/modbus/codes.h"
 #include "ruvex/modbus/context.h"
 #include "ruvex/modbus/message.h"
 
 namespace ruvex {
 
-// Writes the request that the record describes to `output`, which has room for 512 bytes. Function
-// codes 1 to 6, 15, 16, 100 to 102 and 104 to 107.
+// Writes the request that the record describes to `output`, which has room for 512 bytes. The
+// function codes are those of message.h except 108.
 //
-// Its length, or -1 for another function code (MOD_ILLEGAL_FUNCTION) and for a payload that is not
-// in the data, or too long for a frame of this protocol (MOD_ILLEGAL_DATA_VALUE). `output` is then
-// of no use. The record is written to, too: with code 5 the first word of the data becomes the
-// value sent, 0xFF00 or 0; with codes 106 and 107 `count` becomes `ref` without its bit 15, which
-// is the quantity of these.
+// Its length, or MOD_FAILED: for another function code (MOD_ILLEGAL_FUNCTION), and for a payload
+// that is not in the data or too long for a frame of this protocol (MOD_ILLEGAL_DATA_VALUE).
+// `output` is then of no use. A request changes its record, too: with code 5 the first word of the
+// data becomes the value sent, 0xFF00 or 0; with codes 106 and 107 `count` becomes `ref` without
+// its bit 15, which is the quantity of these.
 std::int32_t mod_masterMexToBin(std::uint8_t protocol, mod_mex* mex, std::uint8_t* output) noexcept;
 
 // Reads a response of `length` bytes into the record, which still holds the request: with codes 1
@@ -28,9 +29,9 @@ std::int32_t mod_masterMexToBin(std::uint8_t protocol, mod_mex* mex, std::uint8_
 // and are compared with nothing, nor is `tid`. By function code `count` and the data follow; with
 // codes that write, and with unknown ones, nothing more is read.
 //
-// 0; -1 for an exception response, whose code is then in `data` byte 0, for a byte block (104) of
-// more than 512 bytes (MOD_NEGATIVE_ACKNOWLEDGE), and for a response that ends before its payload
-// or whose payload does not fit the data (MOD_ILLEGAL_DATA_VALUE).
+// 0, or MOD_FAILED: for an exception response, whose code is then in `data` byte 0; for a byte
+// block (104) of more than 512 bytes (MOD_NEGATIVE_ACKNOWLEDGE); for a response that ends before
+// its payload or whose payload does not fit the data (MOD_ILLEGAL_DATA_VALUE).
 std::int32_t mod_masterBinToMex(std::uint8_t protocol, mod_mex* mex, const std::uint8_t* message,
                                 std::int32_t length = mod_buffer_size) noexcept;
 

@@ -19,12 +19,12 @@ inline constexpr std::int32_t mod_data_size = 512;
 //   105            32-bit words in the host's byte order; where `count` is negative, as a signed
 //                  16-bit number, that many bytes instead.
 //   100, 101, 102 and 106 (returned)
-//                  NUL-terminated strings, packed one behind the other.
+//                  NUL-terminated strings, packed one after the other.
 //   104            bytes.
 //   106, 107       a 32-bit word in the host's byte order; from byte 4 on registers (106) or
 //                  entries (107): a 16-bit word in the host's byte order and a NUL-terminated
 //                  string, packed.
-//   bit 7 set      byte 0 is the code of the exception or failure (mod_code, mod_errStr).
+//   bit 7 set      byte 0 is the code of the exception or failure (codes.h).
 struct mod_mex {
   std::uint16_t tid;    // MBAP transaction identifier (MOD_TCP)
   std::uint16_t pid;    // MBAP protocol identifier (MOD_TCP)

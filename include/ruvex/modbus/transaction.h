@@ -14,6 +14,7 @@
 
 #include <cstdint>
 
+#include "ruvex/modbus/codes.h"
 #include "ruvex/modbus/context.h"
 #include "ruvex/modbus/message.h"
 
@@ -28,11 +29,11 @@ enum mod_flags : std::uint32_t {
   MOD_SKIP_MEX = 8,    // Tx: the message is in `buffer` and `length`; Rx: leave it there
 };
 
-// Sends the record's request. 0; -1 when it is refused (master.h), or the frame could not be sent
-// or does not fit `tx_buffer` (MOD_MASTER_NOT_SENT).
+// Sends the record's request. 0; MOD_FAILED when it is refused (master.h), or the frame could not
+// be sent or does not fit `tx_buffer` (MOD_MASTER_NOT_SENT).
 std::int32_t mod_masterTx(mod_ctx* ctx, mod_mex* mex, std::uint32_t flags) noexcept;
 
-// Receives a response into the record, which holds the request. 0; -1 when none came
+// Receives a response into the record, which holds the request. 0; MOD_FAILED when none came
 // (MOD_MASTER_NO_RESPONSE), it was corrupt (MOD_MASTER_CORRUPT), an exception, or refused
 // (master.h).
 std::int32_t mod_masterRx(mod_ctx* ctx, mod_mex* mex, std::uint32_t flags) noexcept;
@@ -43,14 +44,14 @@ std::int32_t mod_masterRx(mod_ctx* ctx, mod_mex* mex, std::uint32_t flags) noexc
 // repeated. An exception response may carry the code 0: only bit 7 of `fcn` tells it from success.
 std::int32_t mod_masterTxRx(mod_ctx* ctx, mod_mex* mex) noexcept;
 
-// Receives a request into the record. 0 when it is valid; -13 when no complete frame came
-// (MOD_SLAVE_NO_FRAME); -1 when it was corrupt (MOD_SLAVE_CORRUPT) or of an unknown function; -2,
-// -3 or -7 when it is refused otherwise (slave.h).
+// Receives a request into the record. 0 when it is valid; MOD_NO_REQUEST when no complete frame
+// came (MOD_SLAVE_NO_FRAME); MOD_FAILED when it was corrupt (MOD_SLAVE_CORRUPT); what
+// mod_slaveBinToMex gives when that refuses it (slave.h).
 std::int32_t mod_slaveRx(mod_ctx* ctx, mod_mex* mex, std::uint32_t flags) noexcept;
 
-// Sends the record's response. 0; -1, and nothing is sent, when it is refused (slave.h: a second
-// call sends the exception); -14 when the frame could not be sent or does not fit `tx_buffer`
-// (MOD_SLAVE_NOT_SENT).
+// Sends the record's response. 0; MOD_FAILED, and nothing is sent, when it is refused (slave.h: a
+// second call sends the exception); MOD_RESPONSE_UNSENT when the frame could not be sent or does
+// not fit `tx_buffer` (MOD_SLAVE_NOT_SENT).
 std::int32_t mod_slaveTx(mod_ctx* ctx, mod_mex* mex, std::uint32_t flags) noexcept;
 
 }  // namespace ruvex

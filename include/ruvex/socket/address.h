@@ -9,30 +9,31 @@
 
 namespace ruvex {
 
-// Sets where datagrams go: a host name or dotted address and a port, of which the low 16 bits
-// count; of a local socket the name `host`, and `port` is not used. 0; -1 and "Unknown host ..."
-// where the host cannot be resolved (the port has been set then), -1 and a message for a local name
-// that does not fit.
+// Sets where datagrams go: to a host name or dotted address and a port, of which the low 16 bits
+// count. With a local socket `host` is a local name, and `port` is not used. 0. -1 and a message
+// ("Unknown host ...") where the host cannot be resolved; the port has been set then. -1 and a
+// message for a local name that does not fit.
 int sktSetDest(Socket* skt, const char* host, int port) noexcept;
 
-// Sets it to an address of the socket's family: 0.
+// Sets where datagrams go to an address of the socket's family: 0.
 int sktSetDest_ADDR(Socket* skt, const skt_address* address) noexcept;
 
-// Sets the port alone, of an IPv4 destination.
+// Sets the port of an IPv4 destination; its address stays.
 void sktSetDest_PORT(Socket* skt, int port) noexcept;
 
 // The IPv4 address of the peer of a connected stream socket, in network byte order; 0 where there
 // is none.
 in_addr_t sktGetPeerAddr(const Socket* skt) noexcept;
 
-// The address of a dotted text, in network byte order, as inet_aton reads it; 0 when it is none.
+// The address of a dotted text, in network byte order, as inet_aton reads it; 0 when the text is no
+// address.
 in_addr_t string_to_in_addr(const char* text) noexcept;
 
-// The dotted text of an address, in a buffer that the next call overwrites.
+// The dotted text of an address, in a buffer that the next call of any thread overwrites.
 const char* in_addr_to_string(in_addr_t address) noexcept;
 
-// The IPv4 address of a network interface, in network byte order; 0 where there is none, with
-// perror ioctl, or socket().
+// The IPv4 address of a network interface, in network byte order. 0 where there is none, with
+// perror ioctl or perror socket().
 in_addr_t ife_to_in_addr(const char* ifname) noexcept;
 
 // Addresses of a network interface, in network byte order.
@@ -46,9 +47,9 @@ struct ife_info {
 static_assert(sizeof(ife_info) == 20);
 
 // Fills `info` for an interface: 0. 1 when it is not among the first eight that have an IPv4
-// address. -1 on a failure of the system, with perror and one of socket(), ioctl:SIOCGIFCONF,
-// ioctl:SIOCGIFNETMASK, ioctl:SIOCGIFBRDADDR, ioctl:SIOCGIFHWADDR; the last also where there is no
-// eth0. What has not been found is zero.
+// address. -1 on a failure of the system, with perror and one of these labels: socket(),
+// ioctl:SIOCGIFCONF, ioctl:SIOCGIFNETMASK, ioctl:SIOCGIFBRDADDR, ioctl:SIOCGIFHWADDR. The last is
+// also the answer where there is no eth0. What has not been found is zero.
 int get_ife_info(const char* ifname, ife_info* info) noexcept;
 
 // Prints the text and the system's current error on standard error, as perror.

@@ -5,31 +5,35 @@
 
 namespace ruvex {
 
-// What a transfer gives besides a count.
+// What a transfer gives when it gives no count.
 inline constexpr int skt_failed = -1;       // reported on standard error
 inline constexpr int skt_would_block = -2;  // or its time-out has passed; not reported
 
-// Receives up to `len` bytes into `buf`: how many; of a stream 0 when the peer has closed. -2; -1
-// with "Socket::Recv():Socket not connected" (a stream socket), perror Socket::Recv():recv() (a
-// stream socket) or Socket::Recv():recvfrom() (any other). A signal does not end the wait, but of a
-// pseudo socket.
+// Receives up to `len` bytes into `buf` and returns how many have come; 0 of a stream whose peer
+// has closed. skt_would_block; skt_failed with one of these:
+//   Socket::Recv():Socket not connected     a stream socket
+//   perror Socket::Recv():recv()            a stream socket
+//   perror Socket::Recv():recvfrom()        any other
+// A signal does not end the wait. A pseudo socket is the exception.
 //
-// A client's datagram leaves the sender in m_fromaddr. A server's leaves it in m_destaddr, so that
-// the next sktSendN answers it; a sender without a name cannot be answered.
+// A datagram that a client receives leaves its sender in m_fromaddr. With a server it leaves the
+// sender in m_destaddr, so that the next sktSendN answers it. A sender without a name cannot be
+// answered.
 int sktRecv(Socket* skt, void* buf, int len) noexcept;
 
 // Sends `len` bytes: a stream socket to its peer, a pseudo socket by writing, any other to
-// m_destaddr. How many went, which may be fewer; the caller sends the rest. -2; 0, not reported,
-// when the peer has gone: for that the program ignores or handles SIGPIPE, which ends it otherwise.
-// -1 with "Socket::Send():Socket not connected" or perror Socket::Send().
+// m_destaddr. The result is how many went. They may be fewer; then the caller sends the rest.
+// skt_would_block; skt_failed with "Socket::Send():Socket not connected" (a stream socket) or
+// perror Socket::Send(). 0, not reported, when the peer has gone: the program ignores or handles
+// SIGPIPE for that, since the signal ends it otherwise.
 int sktSendN(Socket* skt, const void* buf, int len) noexcept;
 
-// One byte; the characters of a text without its NUL.
+// The same with one byte, and with the characters of a text without its NUL.
 int sktSendC(Socket* skt, char c) noexcept;
 int sktSendS(Socket* skt, const char* text) noexcept;
 
-// Opens m_fin and m_fout, which sktClose closes: 0. -1 on failure (errno); a stream that is open
-// stays, and is not opened again.
+// Opens m_fin and m_fout, which sktClose closes: 0. -1 on failure (errno). A stream that is open
+// already stays as it is; so does one that was opened before the failure.
 int sktOpenStreams(Socket* skt) noexcept;
 
 }  // namespace ruvex

@@ -1,6 +1,6 @@
 // Bar: an array of up to 32767 bytes, as base64 (util/base64.h) produces and consumes it. The
-// fields are the interface: bytes are stored in `data`, up to `size` of them, and `len` says how
-// many there are.
+// fields are the interface: `data` holds the bytes, up to `size` of them, and `len` says how many
+// there are.
 //
 //   bar_ptr bar(barNewC(3));
 //   if (bar == nullptr) return;  // out of memory

@@ -5,9 +5,9 @@
 //   if (text == nullptr) return;  // out of memory
 //   bar_ptr bytes(base64decodeData(text.get()));
 //
-// The decoder is lenient. Of each character only the low 7 bits count. Characters outside the
-// alphabet are skipped, and the first "=" ends the text. What remains of a group at the end of the
-// text, without "=", is dropped.
+// The decoder is lenient. Only the low 7 bits of each character count. Characters outside the
+// alphabet are skipped, and the first "=" ends the text. An incomplete group that no "=" ends is
+// dropped.
 #pragma once
 
 #include <array>
@@ -37,7 +37,7 @@ inline constexpr std::array<std::uint8_t, 128> dec64 = [] {
 }();
 
 // Encodes the first `len` of the three bytes at `in` as the four characters at `out`, without a
-// NUL: two and "==" for a `len` of 1 or less, three and "=" for 2, otherwise four. The bytes behind
+// NUL: two and "==" for a `len` of 1 or less, three and "=" for 2, otherwise four. The bytes after
 // the first `len` must be 0.
 void encodeblock(const std::uint8_t* in, char* out, std::int32_t len) noexcept;
 
@@ -55,12 +55,12 @@ struct base64_text_free {
 using base64_text_ptr = std::unique_ptr<char, base64_text_free>;
 
 // Decodes a text of L characters into a new Bar with a `size` of floor(L / 4) * 3, which the caller
-// releases with barDelete. Null when memory runs out and for a text above 43691 characters, whose
-// bytes a Bar does not hold; then nothing is allocated.
+// releases with barDelete. Null, with nothing allocated, when memory runs out and for a text of
+// more than 43691 characters, whose bytes do not fit into a Bar.
 //
-// A group that "=" ends gives one byte when it has two characters and two when it has three. With
-// fewer it gives none, nor does it where `size` leaves no room for three bytes: that is a text like
-// "QQ=", which lacks a "=" and has no character to skip.
+// A group that "=" ends gives one byte when it has two characters and two bytes when it has three.
+// With fewer characters it gives none. It gives none either where `size` leaves no room for three
+// bytes: so with a text like "QQ=", which lacks a "=" and has no other character to skip.
 Bar* base64decodeData(const char* text) noexcept;
 
 // base64decodeData of the text of `str`; a Str without a text counts as the empty text.

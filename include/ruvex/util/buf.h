@@ -12,8 +12,8 @@
 //   Buf: out of memory   bufNew
 //   Buf: overflow        more than fits, without a stream, while `trap` is set
 //
-// Errors in writing to the stream are not detected (ferror of the stream tells). A buffer is used
-// by one thread at a time.
+// Errors in writing to the stream are not detected; ferror tells of them. A buffer is used by one
+// thread at a time.
 #pragma once
 
 #include <cstddef>
@@ -29,7 +29,7 @@ struct Buf {
   std::int32_t len;   // characters held
   std::FILE* stream;  // set by the user, who also closes it; null at the start
   std::uint8_t trap;  // 0: an overflow gives -1. Otherwise, as at the start, it traps
-  char data[1];       // the content and its NUL; in truth `size` + 1 characters
+  char data[1];       // the content and its NUL; `size` + 1 characters, whatever is declared
 };
 
 // Bytes of a buffer of `size` characters.
@@ -37,8 +37,8 @@ constexpr std::size_t bufBytes(std::int32_t size) noexcept {
   return sizeof(Buf) + static_cast<std::size_t>(size);
 }
 
-// An empty buffer for `size` characters (0 or more), in one block from malloc: the caller releases
-// it with free, and it does not flush then. Null for a negative size.
+// An empty buffer for `size` characters (0 or more), in one block from malloc. The caller releases
+// it with free, which does not flush it. Null for a negative size.
 Buf* bufNew(std::int32_t size) noexcept;
 
 // Owns a buffer of bufNew.
@@ -51,30 +51,30 @@ using buf_ptr = std::unique_ptr<Buf, buf_free>;
 // bufBytes(size) long and aligned as a Buf.
 void bufNewStatic(Buf* buf, std::int32_t size) noexcept;
 
-// Without a stream: `text` becomes the content. With a stream: it is appended; where it does not
-// fit, what the buffer holds is written out (no NUL) and `text` becomes the content. A text fits
-// as long as less than `size` characters are held then. `text` may stand in the buffer itself.
+// Without a stream: `text` becomes the content. With a stream: `text` is appended; where it does
+// not fit, what the buffer holds is written out (no NUL) and `text` becomes the content. A text
+// fits when less than `size` characters are held afterwards. `text` may stand in the buffer itself.
 //
-// The result is the new `len`. A text of `size` characters or more fits no buffer: with a stream it
-// is written straight to it, after what was held, and the result is 0; without one the buffer is
-// emptied, and it is -1 or a trap.
+// The result is the new `len`. A text of `size` characters or more never fits: with a stream it is
+// written to the stream after what was held, and the result is 0; without one the buffer is
+// emptied, and the result is -1 or a trap.
 std::int32_t bufAdd(Buf* buf, const char* text) noexcept;
 
-// Appends a character, with a stream and without. In a full buffer (`len` is `size`) with a stream,
-// the content is written out and `c` becomes the content; where `size` is 0, `c` is written, too.
-// The result is the new `len`; in a full buffer without a stream -1, with nothing changed, or a
-// trap.
+// Appends a character, with a stream and without. When the buffer is full (`len` is `size`) and has
+// a stream, the content is written out and `c` becomes the content; where `size` is 0, `c` is
+// written, too. The result is the new `len`. When the buffer is full and has no stream: -1, with
+// nothing changed, or a trap.
 std::int32_t bufAddC(Buf* buf, char c) noexcept;
 
 // Writes the content to the stream and empties the buffer. The result is the number of characters
-// that the stream took; 0, with nothing changed, where nothing is held or there is no stream.
+// that the stream took; 0, with nothing changed, where the buffer is empty or has no stream.
 std::int32_t bufFlush(Buf* buf) noexcept;
 
 // Empties the buffer, writing nothing: 0.
 std::int32_t bufClr(Buf* buf) noexcept;
 
-// Without a stream the content; with one the end of the content, an empty text. It stands in the
-// buffer.
+// Without a stream the content; with one the end of the content, an empty text. The result points
+// into the buffer.
 char* bufGet(Buf* buf) noexcept;
 
 // What an overflow does: -1 where `trap` is 0, otherwise a trap.

@@ -1,10 +1,10 @@
 // The log calls: printf-style messages that go to the system log and, from two of the three, to
 // standard output as well, so that a run at the terminal shows what the controller's log receives.
 //
-// A message is cut to 1023 characters. Nothing is reported: a closed standard output or a missing
-// log daemon loses the message, never the caller. No identity or facility is set: the system
-// library's defaults (the program's name, the user facility) apply. The calls keep no state and
-// may be made from any thread, but not from a signal handler.
+// A message is cut to 1023 characters. No failure is reported: where standard output is closed or
+// no log daemon runs, the message is lost and the caller goes on. No identity or facility is set:
+// the system library's defaults (the program's name, the user facility) apply. The calls keep no
+// state. Any thread may call them, but a signal handler may not.
 #pragma once
 
 namespace ruvex {

@@ -5,9 +5,9 @@
 //   point first;
 //   std::memcpy(&first, oarGet(oar.get(), 0), sizeof first);
 //
-// Objects stand in slots, whose size is that of an object rounded up to a multiple of 4: a slot is
-// aligned for what needs an alignment of 4 at most. The array grows by `grow` slots at a time. The
-// fields have 16 bits: growing above a size of 65535 is refused.
+// Each object has a slot. The size of a slot is that of an object, rounded up to a multiple of 4,
+// so slots suit objects with an alignment of 4 at most. The array grows by `grow` slots at a time.
+// The fields have 16 bits: growing above a size of 65535 is refused.
 //
 // Null is accepted by every operation. An Oar is used by one thread at a time.
 #pragma once

@@ -5,10 +5,10 @@
 //   std::puts(sarGet(sar.get(), 0));
 //
 // The block begins with a table of 16-bit offsets in the machine's byte order, one per text in the
-// order of their indices. The texts stand at its end, from the last byte downwards, each with its
-// NUL behind it and each new one below the others. An offset counts from the end of the block: text
-// i begins at byte `size` - 1 - offset(i). So it stays the same when the block grows and the texts
-// move to the new end.
+// order of their indices. The texts fill it from the last byte downwards, each followed by its NUL
+// and each new one below the others. An offset counts from the end of the block: text i begins at
+// byte `size` - 1 - offset(i). So it stays the same when the block grows and the texts move to the
+// new end.
 //
 //   | table: 2 * count bytes | free | text 2 | text 1 | text 0 |
 //
@@ -47,15 +47,15 @@ struct sar_delete {
 };
 using sar_ptr = std::unique_ptr<Sar, sar_delete>;
 
-// Adds a copy of `text`. The result is its index; with `unique` set, the index of the first equal
-// text, if there is one, and nothing is added: every text is looked at. -1 for a null Sar, when
-// memory runs out and when the block would become too large; the texts stay as they were.
+// Adds a copy of `text`. The result is its index. With `unique` set, and a text that is equal: the
+// index of the first such text, and nothing is added; the search looks at every text. -1 for a null
+// Sar, when memory runs out and when the block would become too large; the texts stay as they were.
 std::int32_t sarAdd(Sar* sar, const char* text) noexcept;
 
-// Replaces text `i`, whatever `unique` says. A text not longer than the one there takes its place,
-// and what is left over stays unused until the Sar is reset. The result is `i`; -1 for a null Sar,
-// an `i` outside 0 to `count` - 1, when memory runs out and when the block would become too large;
-// the texts stay as they were.
+// Replaces text `i`, whatever `unique` says. A text that is not longer than the present one takes
+// its place, and the rest of that place stays unused until sarReset. The result is `i`; -1 for a
+// null Sar, an `i` outside 0 to `count` - 1, when memory runs out and when the block would become
+// too large; the texts stay as they were.
 std::int32_t sarSet(Sar* sar, std::int32_t i, const char* text) noexcept;
 
 // Text `i`, valid until the next sarAdd, sarSet or sarResizeData; null for a null Sar and an `i`
@@ -65,9 +65,9 @@ const char* sarGet(const Sar* sar, std::int32_t i) noexcept;
 // Removes all texts and keeps the block.
 void sarReset(Sar* sar) noexcept;
 
-// Makes the block larger than `need` bytes, by as many times `grow` as are needed, or leaves it
-// alone where it is larger already: 0. -1, with everything as it was, for a null Sar, when memory
-// runs out and when the block would become too large.
+// Makes the block larger than `need` bytes, in steps of `grow`: 0, also where it is larger already
+// and stays as it is. -1, with everything as it was, for a null Sar, when memory runs out and when
+// the block would become too large.
 std::int32_t sarResizeData(Sar* sar, std::int32_t need) noexcept;
 
 }  // namespace ruvex

@@ -5,13 +5,13 @@
 //   if (memory == nullptr) return;  // standard error says why
 //   auto* shared = static_cast<setpoints*>(memory.get());
 //
-// A name begins with "/", has no other "/", and at most 255 characters behind the first. An object
-// stays, with its content, until its name has been removed and nobody maps it any more; the end of
+// A name begins with "/", has no other "/", and at most 255 characters after the first. An object
+// stays, with its content, until its name has been removed and nobody maps it any more. The end of
 // a process removes no name, so one process calls ShmUnlink when the work is done.
 //
-// Nothing is kept here: the calls may be made from any thread. No descriptor stays open behind a
-// call. Nothing is retried. What the processes write is ordered by nothing but their own means,
-// which may be the semaphores of util/semaphore_set.h.
+// The calls keep no state, and any thread may make them. No descriptor stays open after a call.
+// Nothing is retried. Nothing here orders what the processes write; the semaphores of
+// util/semaphore_set.h can.
 #pragma once
 
 #include <sys/mman.h>
@@ -23,11 +23,12 @@
 namespace ruvex {
 
 // Makes a new object of `size` bytes, 1 or more, all zero, and returns the start of its mapping. An
-// object that had the name loses it first: who maps that one keeps it, apart from the new one. The
-// permissions are 0644 (the owner reads and writes, others read), less the process's umask.
+// object that had the name loses it first; processes that map that one keep it, apart from the new
+// one. The permissions are 0644 (the owner reads and writes, others read), less the process's
+// umask.
 //
 // The caller owns the mapping and ends it with munmap(start, size); the end of the process or exec
-// ends it, too. A process started by fork has it as well, and ends its own.
+// ends it, too. A process started by fork inherits a mapping of its own.
 //
 // Null on failure; then nothing stays mapped, and standard error holds one of these ("perror" is
 // followed by the system's text):
@@ -36,22 +37,22 @@ namespace ruvex {
 //                        another process has made the object and set its size in this very moment;
 //                        it stays as it is
 //   perror ftruncate     the size cannot be set, or there is not as much memory
-//   perror mmap          so also for a size of 0
+//   perror mmap          it cannot be mapped, or `size` is 0
 // After the last two the name is removed.
 //
-// All memory is reserved here, so using it cannot fail later for want of memory (SIGBUS).
+// All memory is reserved here, so that a later use cannot fail when memory runs out (SIGBUS).
 void* ShmOpen(const char* name, std::size_t size) noexcept;
 
 // Maps the whole of an existing object and returns the start. Null, without a message (errno), when
 // there is none, when it may not be written, when it has no size yet, or when it cannot be mapped.
 //
-// The caller owns the mapping and ends it as that of ShmOpen. Its size is that of the object, which
-// is not told: processes agree on it, as a rule by one declaration of what is shared, and what
-// varies is written into the memory itself. Beyond the end, which another process can move by
-// shortening the object, reading and writing raise SIGBUS or SIGSEGV.
+// The caller owns the mapping and ends it like one of ShmOpen. The size is that of the object,
+// which the call does not tell. Processes agree on it, as a rule by one declaration of what is
+// shared; a size that varies is written into the memory itself. Reading and writing beyond the end
+// raise SIGBUS or SIGSEGV; another process can move the end by shortening the object.
 //
-// A process attaches after ShmOpen has returned in the other: before, there may be no size yet, and
-// what is written may be filled with zeros.
+// A process attaches after ShmOpen has returned in the other. Before that there may be no size yet,
+// and ShmOpen may fill with zeros what was written.
 void* ShmAttach(const char* name) noexcept;
 
 // Owns a mapping of `size` bytes.

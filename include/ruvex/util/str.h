@@ -4,13 +4,13 @@
 //   if (str == nullptr || strAdd(str.get(), " 12") < 0) return;  // out of memory
 //   std::puts(strGetText(str.get()));
 //
-// The size of a text's block is fixed by strNewN, or the smallest multiple of 16 above its length
-// + 1. It grows when a text and its NUL do not fit, and never shrinks. The fields have 16 bits: a
-// text that would need a block above 32767 bytes is refused. Texts grow up to 32750 characters, or
-// 32766 in a block made as large as that.
+// The block of a text has the size that strNewN gives it, or the smallest multiple of 16 above the
+// length + 1. It grows when a text and its NUL do not fit, and never shrinks. The fields have 16
+// bits: a text that would need a block of more than 32767 bytes is refused. So a text grows up to
+// 32750 characters; up to 32766 in a block that strNewN made of 32767 bytes.
 //
-// A text that an operation takes may stand in the Str itself. Null is accepted where that is said.
-// A Str is used by one thread at a time.
+// A text that an operation takes may stand in the Str itself. Operations accept null where they say
+// so. A Str is used by one thread at a time.
 #pragma once
 
 #include <cstdint>
@@ -54,8 +54,8 @@ void strReset(Str* str) noexcept;
 // The text, valid until the Str is changed or released; null where there is none.
 char* strGetText(const Str* str) noexcept;
 
-// Looks for `key` among `n` texts, which ascend in the order of their bytes (strcmp). The result is
-// the index of an equal one, by halving: of several equal ones, any; -1 where there is none.
+// Looks for `key` by halving among `n` texts, which ascend in the order of their bytes (strcmp).
+// The result is the index of an equal text; of any, where several are equal; -1 where none is.
 std::int32_t strSearch(const char* key, const char* const* texts, std::int32_t n) noexcept;
 
 }  // namespace ruvex

@@ -5,7 +5,7 @@
 //   for (std::int32_t i = 0; i < vec->count; ++i) use(vecGet(vec.get(), i));
 //
 // It grows by 16 values at a time. The fields have 16 bits: growing above a size of 65535 is
-// refused. Null is accepted where that is said. A Vec is used by one thread at a time.
+// refused. Operations accept null where they say so. A Vec is used by one thread at a time.
 #pragma once
 
 #include <cstdint>

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <climits>
 #include <cstdio>
+#include <cstring>
 
 #include "command.h"
 #include "input.h"
@@ -10,6 +11,8 @@
 #include "report/examine_lines.h"
 #include "report/findings.h"
 #include "ruvex/mapping/heap.h"
+#include "ruvex/mapping/line_reader.h"
+#include "ruvex/mapping/rules.h"
 #include "text/texts.h"
 
 namespace ruvex {
@@ -55,12 +58,13 @@ bool check_file(const char* path, finding_report& report, std::int64_t& points) 
   if (!file.is_open()) return false;
   prepare_heap(path);
   mapping_check check;
-  const bool is_read = examine_lines(path, file.descriptor(), report, check.findings(),
-                                     [&check](line_reader::result got, std::string_view text) {
-                                       return check.check_line(got, text);
-                                     });
+  line_reader lines(file.descriptor(), max_mapping_line);
+  examine_lines(
+      path, lines, report, check.findings(),
+      [&check](line_result got, std::string_view text) { return check.check_line(got, text); });
   points += check.points();
-  return is_read;
+  if (lines.error() != 0) complain("%s: %s", path, std::strerror(lines.error()));
+  return lines.error() == 0;
 }
 
 std::string counted(std::uint64_t count, std::string_view what) {
@@ -80,7 +84,7 @@ int run_check(int argc, char** argv) {
   if (const auto status = read_options(check_command, argc, argv, options, settings))
     return *status;
   const std::span<char*> paths = operands(argc, argv);
-  if (paths.empty()) return refuse_use(check_command, "a file is needed");
+  if (paths.empty()) return complain_of_use(check_command, "a file is needed");
   finding_report report(settings);
   bool all_read = true;
   std::size_t files = 0;
@@ -93,18 +97,16 @@ int run_check(int argc, char** argv) {
       all_read = false;
     }
   }
-  report.flush();
+  const int write_error = report.finish();
   if (!settings.is_quiet && files != 0) print_summary(report, files, points);
-  if (!all_read) return finish_output(ctl_trouble);
-  return finish_output(report.errors() + report.warnings() == 0 ? ctl_clean : ctl_findings);
+  if (!all_read) return end_with(ctl_trouble, write_error);
+  return end_with(report.errors() + report.warnings() == 0 ? ctl_clean : ctl_findings, write_error);
 }
 
 }  // namespace
 
 const command check_command = {
-    "check",
-    "ruvexctl check",
-    "[OPTION]... FILE...",
+    "check", "[OPTION]... FILE...",
     R"(Report everything in mapping files that ruvex refuses, or that the controller
 would have otherwise than it is meant. ruvex itself is silent about most of it.
 
@@ -126,7 +128,6 @@ Exit status: 0 nothing found, 1 something found, 2 a file cannot be read.
 
 Rules (see ruvexctl-check(1)):
 )",
-    run_check,
-    print_rules};
+    run_check, rules_text};
 
 }  // namespace ruvex

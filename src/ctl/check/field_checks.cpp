@@ -148,7 +148,7 @@ constexpr struct {
 
 // Whether the converter took the four ends from the line; it leaves the defaults where all are "0".
 bool is_scaled(const checked_point& point) noexcept {
-  for (const scale_end& end : scale_ends) {
+  for (const mapping_column& end : scale_columns) {
     if ((point.chn.*end.setting).view() != point.line.fields[end.field]) return false;
   }
   return true;
@@ -156,10 +156,10 @@ bool is_scaled(const checked_point& point) noexcept {
 
 void check_scaling(line_findings& findings, const checked_point& point, std::size_t count) {
   if (count <= field_bit || !is_scaled(point)) return;
-  std::array<double, 4> ends = {};
+  std::array<double, scale_columns.size()> ends = {};
   bool are_numbers = true;
   for (std::size_t end = 0; end < ends.size(); ++end) {
-    const std::size_t field = scale_ends[end].field;
+    const std::size_t field = scale_columns[end].field;
     const std::string_view text = point.line.fields[field];
     if (parse_decimal(text, ends[end])) continue;
     are_numbers = false;
@@ -172,9 +172,9 @@ void check_scaling(line_findings& findings, const checked_point& point, std::siz
   }
   if (!are_numbers) return;
   for (const std::size_t low : {0U, 2U}) {
-    const std::string_view text = point.line.fields[scale_ends[low].field];
+    const std::string_view text = point.line.fields[scale_columns[low].field];
     if (ends[low] < ends[low + 1] || ends[low] > ends[low + 1]) continue;
-    findings.add(rule::scaling_equal, scale_ends[low].field, text,
+    findings.add(rule::scaling_equal, scale_columns[low].field, text,
                  message("both ends of the scale are ", text));
   }
 }
@@ -199,18 +199,19 @@ rule rule_of(xml_flaw flaw) noexcept {
   return flaw == xml_flaw::not_utf_8 ? rule::not_utf_8 : rule::xml_character;
 }
 
-// Fields that come to the output as they stand.
-bool is_stored(const checked_point& point, std::size_t field) noexcept {
-  if (field == field_data_type || field == field_bit) return false;
-  return field != field_group_en || !point.is_bit;
+// Whether the text of a field comes to the output.
+bool is_written(const checked_point& point, const mapping_column& column) noexcept {
+  if (column.output == column_output::element_unless_bit) return !point.is_bit;
+  return column.output != column_output::nowhere;
 }
 
 // What is stored of a field: a cut can divide a character.
-std::string_view stored_of(const checked_point& point, std::size_t field) noexcept {
-  if (field == field_name) return point.chn.name.view();
-  const std::string_view text = point.line.fields[field];
+std::string_view stored_of(const checked_point& point, const mapping_column& column) noexcept {
+  if (column.rule == column_rule::name) return point.chn.name.view();
+  const std::string_view text = point.line.fields[column.field];
   constexpr std::size_t longest = decltype(chn_cfg::bac_desc)::max_length();
-  return field == field_description && text.size() > longest ? point.chn.bac_desc.view() : text;
+  const bool is_cut = column.rule == column_rule::description && text.size() > longest;
+  return is_cut ? point.chn.bac_desc.view() : text;
 }
 
 }  // namespace
@@ -233,11 +234,12 @@ void check_fields(line_findings& findings, const checked_point& point, std::size
 
 void check_characters(line_findings& findings, const checked_point& point) {
   if (!may_have_xml_flaw(findings.text())) return;
-  for (std::size_t field = field_cov_inc; field < point.line.count; ++field) {
-    const std::string_view text = stored_of(point, field);
-    const bool is_attribute = field == field_name || field == field_unit || field == field_instance;
-    const xml_flaw_place place = find_xml_flaw(text, is_attribute);
-    if (place.flaw == xml_flaw::none || !is_stored(point, field)) continue;
+  for (std::size_t field = 0; field < point.line.count; ++field) {
+    const mapping_column& column = mapping_columns[field];
+    if (!is_written(point, column)) continue;
+    const xml_flaw_place place =
+        find_xml_flaw(stored_of(point, column), column.output == column_output::attribute);
+    if (place.flaw == xml_flaw::none) continue;
     std::string_view where = point.line.fields[field];
     where.remove_prefix(place.at);
     findings.add(rule_of(place.flaw), field, where, flaw_text(place.flaw, where));

@@ -3,10 +3,9 @@
 #include <algorithm>
 #include <vector>
 
-#include "report/field_names.h"
 #include "text/cells.h"
+#include "text/characters.h"
 #include "text/texts.h"
-#include "text/utf_8.h"
 
 namespace ruvex {
 namespace {
@@ -50,9 +49,9 @@ bool check_count(line_findings& findings, std::string_view line, const mapping_l
     findings.add(rule::one_field, 1, "the line has one field and adds nothing");
     return false;
   }
-  findings.add(
-      rule::few_fields, 1,
-      message("the line has ", fields.count, " fields and adds no point; 11 to 17 are needed"));
+  findings.add(rule::few_fields, 1,
+               message("the line has ", fields.count, " fields and adds no point; 11 to ",
+                       max_mapping_fields, " are needed"));
   return true;
 }
 
@@ -65,7 +64,7 @@ void check_carriage_returns(line_findings& findings, std::string_view line) {
 
 std::string cell_name(std::size_t cell) {
   if (cell >= max_mapping_fields) return message("cell ", cell);
-  return message("cell ", cell, " (", field_names[cell], ")");
+  return message("cell ", cell, " (", mapping_columns[cell].name, ")");
 }
 
 // What is wrong with a cell for the converter, to which a quote is a separator; nothing for most.
@@ -96,8 +95,9 @@ std::size_t check_cells(line_findings& findings, const std::vector<cell>& cells)
     }
   }
   if (used > max_mapping_fields) {
-    findings.add(rule::extra_cells, cells[max_mapping_fields].place.column,
-                 message("the line has ", used, " cells, and 17 are used at most"));
+    findings.add(
+        rule::extra_cells, cells[max_mapping_fields].place.column,
+        message("the line has ", used, " cells, and ", max_mapping_fields, " are used at most"));
   }
   if (used != cells.size()) {
     findings.add(rule::empty_end, cells[used].place.column,

@@ -22,17 +22,12 @@ yax_cfg_ptr make_doc() noexcept {
 mapping_check::mapping_check() noexcept
     : doc_(make_doc()), units_(doc_->unit_list), reader_(units_) {}
 
-// What the index has noted belongs to nobody before it is linked.
-mapping_check::~mapping_check() {
-  units_.link_channels();
-}
-
-bool mapping_check::check_line(line_reader::result got, std::string_view text) {
+bool mapping_check::check_line(line_result got, std::string_view text) {
   list_.clear();
   line_findings findings(++line_number_, text, list_);
-  const bool is_first = line_number_ == 1 && got != line_reader::result::too_long;
+  const bool is_first = line_number_ == 1 && got != line_result::too_long;
   if (is_first && check_start(findings)) return false;
-  if (refuse_line(findings, got)) return true;
+  if (add_refused_line(findings, got)) return true;
   check_read_line(findings);
   std::stable_sort(list_.begin(), list_.end(),
                    [](const finding& a, const finding& b) { return a.column < b.column; });
@@ -48,9 +43,7 @@ void mapping_check::check_read_line(line_findings& findings) {
   if (fields.count <= field_bit) return;
   const bool is_converted = read.is_added && read.code == csv_read;
   if (is_converted) ++points_;
-  const checked_point point = {fields, *read.chn, read.unit,
-                               classify_reference(read.chn->reg_num.view()),
-                               is_bit_type(fields.fields[field_data_type])};
+  const checked_point point = {fields, *read.chn, read.unit, read.reg_class, read.is_bit};
   check_characters(findings, point);
   if (is_header(fields)) {
     findings.add(rule::header_line, 1,

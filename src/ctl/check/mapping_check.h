@@ -19,13 +19,12 @@ namespace ruvex {
 class mapping_check {
  public:
   mapping_check() noexcept;
-  ~mapping_check();
   mapping_check(const mapping_check&) = delete;
   mapping_check& operator=(const mapping_check&) = delete;
 
   // Examines the next line, as the line reader gave it. The result has its findings by column, and
   // is valid until the next line. False behind a line that makes the rest of the file meaningless.
-  bool check_line(line_reader::result got, std::string_view text);
+  bool check_line(line_result got, std::string_view text);
   const std::vector<finding>& findings() const noexcept { return list_; }
 
   std::int64_t points() const noexcept { return points_; }
@@ -33,7 +32,7 @@ class mapping_check {
  private:
   void check_read_line(line_findings& findings);
 
-  yax_cfg_ptr doc_;  // holds the units
+  yax_cfg_ptr doc_;  // holds the units and outlives their index
   unit_index units_;
   point_reader reader_;
   repeats repeats_;

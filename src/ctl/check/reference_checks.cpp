@@ -1,31 +1,11 @@
 #include "reference_checks.h"
 
+#include "report/reference_oddity.h"
 #include "ruvex/mapping/register_place.h"
 #include "text/texts.h"
 
 namespace ruvex {
 namespace {
-
-bool is_white(char character) noexcept {
-  return character == ' ' || (character >= '\t' && character <= '\r');
-}
-
-// What a reference is that is no plain number; empty where it is one.
-std::string_view oddity_of(std::string_view field) noexcept {
-  std::string_view number = field;
-  if (number.starts_with('X')) number.remove_prefix(1);
-  if (is_digits(number)) return {};
-  if (field.empty()) return "is blank";
-  if (is_white(field.front())) return "begins with a blank";
-  if (field.front() == '-' || field.front() == '+') return "has a sign";
-  if (!has_digit(field)) return "has no digit";
-  const bool is_hexadecimal =
-      field.starts_with("0x") || field.starts_with("0X") ||
-      field.find_first_not_of("0123456789ABCDEFabcdefhH") == std::string_view::npos;
-  if (is_hexadecimal) return "is hexadecimal";
-  if (field.find_first_not_of("0123456789-.: ") == std::string_view::npos) return "is a range";
-  return "is not a number alone";
-}
 
 bool is_binary(std::string_view object_type) noexcept {
   return object_type.starts_with("BINARY_");
@@ -42,20 +22,11 @@ bool is_accidental_coil(const checked_point& point) noexcept {
 
 }  // namespace
 
-std::string refused_reference(const mapping_line& line) {
-  const std::string_view field = line.fields[field_reference];
-  const std::string_view oddity = oddity_of(field);
-  if (!oddity.empty()) return message(quoted{field}, " ", oddity, ", which ruvex refuses");
-  return message(quoted{field}, " is stored as ", quoted{modbus_reference(field).view()},
-                 ", which begins with none of 0 (coil), 1 (discrete input), 3 (input register) "
-                 "and 4 (holding register)");
-}
-
 void check_reference(line_findings& findings, const checked_point& point) {
   const std::string_view field = point.line.fields[field_reference];
   const std::string_view stored = point.chn.reg_num.view();
   const std::string_view table = table_name(point.reg_class);
-  if (const std::string_view oddity = oddity_of(field); !oddity.empty()) {
+  if (const std::string_view oddity = reference_oddity(field); !oddity.empty()) {
     findings.add(rule::reference_text, field_reference, field,
                  message(quoted{field}, " ", oddity, "; it becomes the ", table, " ", stored));
   } else if (is_accidental_coil(point)) {

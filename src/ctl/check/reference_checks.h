@@ -8,9 +8,6 @@ namespace ruvex {
 // Reports on the reference of a point line, whose class is a legal one.
 void check_reference(line_findings& findings, const checked_point& point);
 
-// Why the reference of a line is refused, in words.
-std::string refused_reference(const mapping_line& line);
-
 // Reports an object type that does not fit the class of the register.
 void check_object_class(line_findings& findings, const checked_point& point);
 

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <array>
 #include <compare>
 #include <cstdint>
 #include <cstring>
@@ -10,13 +9,12 @@
 
 #include "command.h"
 #include "load.h"
+#include "output.h"
 #include "point_view.h"
-#include "ruvex/cfg/block_out.h"
 #include "ruvex/cfg/decimal.h"
 #include "ruvex/cfg/fields.h"
 #include "ruvex/mapping/rules.h"
-#include "text/json.h"
-#include "text/printable.h"
+#include "text/characters.h"
 
 namespace ruvex {
 namespace {
@@ -110,7 +108,7 @@ void match(const std::vector<Entry>& olds, const std::vector<Entry>& news, Remov
 
 class difference_printer {
  public:
-  difference_printer(block_out& out, bool is_quiet) noexcept : out_(out), is_quiet_(is_quiet) {}
+  difference_printer(output& out, bool is_quiet) noexcept : out_(out), is_quiet_(is_quiet) {}
 
   void compare_documents(const yax_cfg& a, const yax_cfg& b) {
     subject_ = "document";
@@ -206,7 +204,7 @@ class difference_printer {
     out_.put("\n");
   }
 
-  block_out& out_;
+  output& out_;
   const bool is_quiet_;
   std::string subject_;
   std::string label_;
@@ -226,18 +224,15 @@ constexpr option_row<diff_settings> options[] = {
 };
 
 // Whether the files differ.
-bool print_differences(const loaded_file& a, const loaded_file& b, const diff_settings& settings) {
-  std::array<char, 65536> storage;
-  block_out out(stdout, storage);
+bool print_differences(const loaded_file& a, const loaded_file& b, const diff_settings& settings,
+                       output& out) {
   difference_printer printer(out, settings.is_quiet);
   if (a.is_whole_document && b.is_whole_document) printer.compare_documents(*a.doc, *b.doc);
   const sorted_file olds = sort_file(*a.doc);
   const sorted_file news = sort_file(*b.doc);
   printer.compare_units(olds.units, news.units);
   printer.compare_points(olds.points, news.points);
-  const bool differs = printer.finish();
-  out.flush();
-  return differs;
+  return printer.finish();
 }
 
 int run_diff(int argc, char** argv) {
@@ -246,20 +241,22 @@ int run_diff(int argc, char** argv) {
     return *status;
   }
   const auto files = operands(argc, argv);
-  if (files.size() != 2) return refuse_use(diff_command, "two files are needed");
+  if (files.size() != 2) return complain_of_use(diff_command, "two files are needed");
   if (std::strcmp(files[0], "-") == 0 && std::strcmp(files[1], "-") == 0) {
-    return refuse_use(diff_command, "standard input can be read once");
+    return complain_of_use(diff_command, "standard input can be read once");
   }
   const std::optional<loaded_file> a = load_file(files[0]);
   const std::optional<loaded_file> b = load_file(files[1]);
   if (!a || !b) return ctl_trouble;
-  return finish_output(print_differences(*a, *b, settings) ? ctl_findings : ctl_clean);
+  output out;
+  const bool differs = print_differences(*a, *b, settings, out);
+  return end_with(differs ? ctl_findings : ctl_clean, out.finish());
 }
 
 }  // namespace
 
 const command diff_command = {
-    "diff", "ruvexctl diff", "[--quiet] OLD NEW",
+    "diff", "[--quiet] OLD NEW",
     R"(Print how the points of two files differ. Each is a mapping file, a unit file
 that ruvex has written from one, or a whole configuration document, in any mix;
 the content tells which. A mapping file is compared as the controller will have

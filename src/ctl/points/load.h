@@ -17,9 +17,9 @@ struct loaded_file {
 // unit_cfg. Anything else is a mapping file and is read as the converter reads it; one without a
 // byte has no points. `path` "-" is standard input.
 //
-// Nothing, after messages on standard error, when the file cannot be read whole, is no well-formed
-// configuration, goes on behind the end of its configuration, or holds lines that the converter
-// refuses: each of those is named by "PATH:LINE:COLUMN: error: ".
+// Nothing, after a complaint, when the file cannot be read whole, is no well-formed configuration,
+// or goes on behind the end of its configuration. Nothing either, after a message for each of them,
+// when it holds lines that ruvex refuses.
 std::optional<loaded_file> load_file(const char* path);
 
 }  // namespace ruvex

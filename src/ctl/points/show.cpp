@@ -1,17 +1,17 @@
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "command.h"
 #include "load.h"
+#include "output.h"
 #include "point_view.h"
-#include "ruvex/cfg/block_out.h"
 #include "ruvex/cfg/decimal.h"
-#include "ruvex/cfg/member.h"
-#include "text/json.h"
-#include "text/printable.h"
+#include "text/characters.h"
 
 namespace ruvex {
 namespace {
@@ -78,215 +78,173 @@ constexpr column columns[] = {
 // clang-format on
 constexpr std::size_t column_count = std::size(columns);
 
+// Calls act(point) for each point, whose address is given.
 template <class Do>
 void for_each_point(const yax_cfg& doc, Do act) {
   for (const unit_cfg* unit = doc.unit_list; unit != nullptr; unit = unit->next) {
     const bool is_reached = is_modbus(*unit);
     for (const chn_cfg* chn = unit->chn_list; chn != nullptr; chn = chn->next) {
-      act(point{*unit, *chn, is_reached});
+      const point shown = {*unit, *chn, is_reached};
+      act(&shown);
     }
   }
 }
 
-// The cells of a row: those of a point, and those of the header for either reader. A cell is
-// appended to an empty text.
-struct point_cells {
-  const point& shown;
-  void append(std::string& cell, const column& column) const { column.append(cell, shown); }
-};
-struct people_cells {
-  const point& shown;
-  void append(std::string& cell, const column& column) const {
-    if (shown.is_modbus || !column.is_of_register) column.append(cell, shown);
-  }
-};
-struct titles {
-  static void append(std::string& cell, const column& column) { cell += column.title; }
-};
-struct keys {
-  static void append(std::string& cell, const column& column) { cell += column.key; }
-};
-
-// Calls act(place, cell) for each cell that one of the two kinds of reader gets.
-template <auto column::*Name, class Cells, class Do>
-void for_each_cell(const Cells& cells, std::string& cell, Do act) {
+// Calls act(place, cell) for each cell that one of the two kinds of reader gets in the row of a
+// point, or in the header where `shown` is null. The texts stand in `room`, one after the other.
+template <auto column::*Label, class Do>
+void for_each_cell(const point* shown, std::string& room, Do act) {
+  constexpr bool is_for_people = Label == &column::title;
   for (std::size_t place = 0; place < column_count; ++place) {
-    if (columns[place].*Name == nullptr) continue;
-    cell.clear();
-    cells.append(cell, columns[place]);
-    act(place, std::string_view(cell));
+    const column& column = columns[place];
+    if (column.*Label == nullptr) continue;
+    room.clear();
+    if (shown == nullptr) {
+      room += column.*Label;
+    } else if (!is_for_people || shown->is_modbus || !column.is_of_register) {
+      column.append(room, *shown);
+    }
+    act(place, std::string_view(room));
   }
 }
 
-// Every format writes rows through one text that grows no more once it has held the longest.
-class row_printer {
- public:
-  explicit row_printer(block_out& out) noexcept : out_(out) {}
-
- protected:
-  void end_row() {
-    row_ += '\n';
-    out_.put(row_);
-    row_.clear();
-  }
-
-  std::string row_;
-  std::string cell_;
-
- private:
-  block_out& out_;
+// A format makes rows of cells: add() appends the next cell to the row, end() what follows the last
+// one. Most formats have a header, and need not see the points before they print them.
+struct row_format {
+  static constexpr bool has_header = true;
+  static void prepare(const yax_cfg&) {}
+  static void end_header(std::string&) {}
 };
 
-class table_printer : row_printer {
+class table_format : public row_format {
  public:
-  using row_printer::row_printer;
+  static constexpr auto label = &column::title;
 
   // The widths are known when every point has been seen.
-  void print(const yax_cfg& doc) {
-    measure(titles());
-    for_each_point(doc, [this](const point& point) { measure(people_cells{point}); });
-    row(titles());
-    for_each_point(doc, [this](const point& point) { row(people_cells{point}); });
-  }
-
- private:
-  template <class Cells>
-  void measure(const Cells& cells) {
-    for_each_cell<&column::title>(cells, cell_, [this](std::size_t place, std::string_view cell) {
-      row_.clear();
-      const std::size_t width = append_printable(row_, cell);
-      if (width > widths_[place]) widths_[place] = width;
-    });
-    row_.clear();
+  void prepare(const yax_cfg& doc) {
+    std::string room;
+    std::string printed;
+    const auto measure = [&](const point* shown) {
+      for_each_cell<label>(shown, room, [&](std::size_t place, std::string_view cell) {
+        printed.clear();
+        widths_[place] = std::max(widths_[place], append_printable(printed, cell));
+      });
+    };
+    measure(nullptr);
+    for_each_point(doc, measure);
   }
 
   // Blanks are held back until a text follows them.
-  template <class Cells>
-  void row(const Cells& cells) {
-    std::size_t blanks = 0;
-    for_each_cell<&column::title>(cells, cell_, [&](std::size_t place, std::string_view cell) {
-      std::size_t width = 0;
-      if (!cell.empty()) {
-        row_.append(blanks, ' ');
-        blanks = 0;
-        width = append_printable(row_, cell);
-      }
-      blanks += widths_[place] - width + 2;
-    });
-    end_row();
+  void add(std::string& row, std::size_t place, std::string_view cell) {
+    std::size_t width = 0;
+    if (!cell.empty()) {
+      row.append(std::exchange(blanks_, 0), ' ');
+      width = append_printable(row, cell);
+    }
+    blanks_ += widths_[place] - width + 2;
+  }
+  void end(std::string& row) {
+    row += '\n';
+    blanks_ = 0;
   }
 
+ private:
   std::array<std::size_t, column_count> widths_ = {};
+  std::size_t blanks_ = 0;
 };
 
-class markdown_printer : row_printer {
+class markdown_format : public row_format {
  public:
-  using row_printer::row_printer;
+  static constexpr auto label = &column::title;
 
-  void print(const yax_cfg& doc) {
-    row(titles());
-    for_each_cell<&column::title>(titles(), cell_,
-                                  [this](std::size_t, std::string_view) { row_ += "| --- "; });
-    row_ += '|';
-    end_row();
-    for_each_point(doc, [this](const point& point) { row(people_cells{point}); });
+  void add(std::string& row, std::size_t, std::string_view cell) {
+    printed_.clear();
+    append_printable(printed_, cell);
+    row += "| ";
+    for (const char character : printed_) {
+      if (character == '|' || character == '\\') row += '\\';
+      row += character;
+    }
+    row += ' ';
+  }
+  static void end(std::string& row) { row += "|\n"; }
+  static void end_header(std::string& row) {
+    for (const column& column : columns) {
+      if (column.title != nullptr) row += "| --- ";
+    }
+    end(row);
   }
 
  private:
-  template <class Cells>
-  void row(const Cells& cells) {
-    for_each_cell<&column::title>(cells, cell_, [this](std::size_t, std::string_view cell) {
-      shown_.clear();
-      append_printable(shown_, cell);
-      row_ += "| ";
-      for (const char character : shown_) {
-        if (character == '|' || character == '\\') row_ += '\\';
-        row_ += character;
-      }
-      row_ += ' ';
-    });
-    row_ += '|';
-    end_row();
-  }
-
-  std::string shown_;
+  std::string printed_;
 };
 
-class csv_printer : row_printer {
- public:
-  using row_printer::row_printer;
+struct csv_format : row_format {
+  static constexpr auto label = &column::key;
 
-  void print(const yax_cfg& doc) {
-    row(keys());
-    for_each_point(doc, [this](const point& point) { row(point_cells{point}); });
-  }
-
- private:
-  template <class Cells>
-  void row(const Cells& cells) {
-    for_each_cell<&column::key>(cells, cell_, [this](std::size_t place, std::string_view cell) {
-      if (place != 0) row_ += ',';
-      put(cell);
-    });
-    end_row();
-  }
-
-  void put(std::string_view cell) {
+  static void add(std::string& row, std::size_t place, std::string_view cell) {
+    if (place != 0) row += ',';
     if (cell.find_first_of(",\"\r\n") == std::string_view::npos) {
-      row_ += cell;
+      row += cell;
       return;
     }
-    row_ += '"';
-    for (const char character : cell) row_.append(character == '"' ? 2 : 1, character);
-    row_ += '"';
+    row += '"';
+    for (const char character : cell) row.append(character == '"' ? 2 : 1, character);
+    row += '"';
   }
+  static void end(std::string& row) { row += '\n'; }
 };
 
-class json_printer : row_printer {
- public:
-  using row_printer::row_printer;
+struct json_format : row_format {
+  static constexpr auto label = &column::key;
+  static constexpr bool has_header = false;
 
-  void print(const yax_cfg& doc) {
-    for_each_point(doc, [this](const point& point) { row(point_cells{point}); });
+  static void add(std::string& row, std::size_t place, std::string_view cell) {
+    const column& column = columns[place];
+    row += place != 0 ? ",\"" : "{\"";
+    row += column.key;
+    row += "\":";
+    if (column.kind != column_kind::setting && cell.empty()) {
+      row += "null";
+    } else if (column.kind == column_kind::number) {
+      row += cell;
+    } else {
+      append_json(row, cell);
+    }
   }
+  static void end(std::string& row) { row += "}\n"; }
+};
 
- private:
-  void row(const point_cells& cells) {
-    row_ += '{';
-    for_each_cell<&column::key>(cells, cell_, [this](std::size_t place, std::string_view cell) {
-      const column& column = columns[place];
-      row_ += place != 0 ? ",\"" : "\"";
-      row_ += column.key;
-      row_ += "\":";
-      if (column.kind != column_kind::setting && cell.empty()) {
-        row_ += "null";
-      } else if (column.kind == column_kind::number) {
-        row_ += cell;
-      } else {
-        append_json(row_, cell);
-      }
+template <class Format>
+void print_points(const yax_cfg& doc, output& out) {
+  Format format;
+  std::string row;
+  std::string room;
+  const auto print_row = [&](const point* shown) {
+    for_each_cell<Format::label>(shown, room, [&](std::size_t place, std::string_view cell) {
+      format.add(row, place, cell);
     });
-    row_ += '}';
-    end_row();
-  }
-};
-
-template <class Printer>
-void print_with(const yax_cfg& doc, block_out& out) {
-  Printer(out).print(doc);
+    format.end(row);
+    if (shown == nullptr) format.end_header(row);
+    out.put(row);
+    row.clear();
+  };
+  format.prepare(doc);
+  if (Format::has_header) print_row(nullptr);
+  for_each_point(doc, print_row);
 }
 
-using print_function = void (*)(const yax_cfg&, block_out&);
+using print_function = void (*)(const yax_cfg&, output&);
 
 constexpr choice<print_function> formats[] = {
-    {"table", print_with<table_printer>},
-    {"csv", print_with<csv_printer>},
-    {"json", print_with<json_printer>},
-    {"markdown", print_with<markdown_printer>},
+    {"table", print_points<table_format>},
+    {"csv", print_points<csv_format>},
+    {"json", print_points<json_format>},
+    {"markdown", print_points<markdown_format>},
 };
 
 struct show_settings {
-  print_function print = print_with<table_printer>;
+  print_function print = print_points<table_format>;
 };
 
 constexpr option_row<show_settings> options[] = {
@@ -302,20 +260,18 @@ int run_show(int argc, char** argv) {
     return *status;
   }
   const auto files = operands(argc, argv);
-  if (files.size() != 1) return refuse_use(show_command, "one file is needed");
+  if (files.size() != 1) return complain_of_use(show_command, "one file is needed");
   const std::optional<loaded_file> loaded = load_file(files[0]);
   if (!loaded) return ctl_trouble;
-  std::array<char, 65536> storage;
-  block_out out(stdout, storage);
+  output out;
   settings.print(*loaded->doc, out);
-  out.flush();
-  return finish_output(ctl_clean);
+  return end_with(ctl_clean, out.finish());
 }
 
 }  // namespace
 
 const command show_command = {
-    "show", "ruvexctl show", "[--format=FORMAT] FILE",
+    "show", "[--format=FORMAT] FILE",
     R"(Print the points of FILE as the controller will have them: a row a point, by
 unit and register. FILE is a mapping file, a unit file that ruvex has written
 from one, or a whole configuration document; its content tells which. A

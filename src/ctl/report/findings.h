@@ -7,19 +7,10 @@
 #include <string>
 #include <string_view>
 
+#include "output.h"
 #include "rules.h"
-#include "ruvex/mapping/rules.h"
 
 namespace ruvex {
-
-struct finding {
-  rule id;
-  std::int64_t line;   // from 1
-  std::size_t column;  // from 1, in bytes
-  std::size_t field;   // its number, or no_field
-  std::string text;    // lower-case start, no full stop
-};
-inline constexpr std::size_t no_field = max_mapping_fields;
 
 enum class finding_format { text, json };
 
@@ -35,10 +26,6 @@ struct finding_settings {
 class finding_report {
  public:
   explicit finding_report(const finding_settings& settings) noexcept;
-  ~finding_report() { flush(); }
-  finding_report(const finding_report&) = delete;
-  finding_report& operator=(const finding_report&) = delete;
-
   // Counts and prints a finding in `file`, unless its rule is ignored.
   void add(std::string_view file, const finding& finding);
 
@@ -51,19 +38,24 @@ class finding_report {
   bool is_full() const noexcept;
 
   // Prints what has been held back.
-  void flush() noexcept;
+  void flush() noexcept { out_.flush(); }
+
+  // The same at the end of the run. Gives the errno of the first write to standard output that
+  // failed; 0 when none has.
+  int finish() noexcept;
 
   std::uint64_t errors() const noexcept { return errors_; }
   std::uint64_t warnings() const noexcept { return warnings_; }
 
  private:
-  void print_text(std::string_view file, const finding& finding, severity level);
-  void print_json(std::string_view file, const finding& finding, severity level);
+  void append_text(std::string_view file, const finding& finding, severity level);
+  void append_json_object(std::string_view file, const finding& finding, severity level);
 
   const finding_settings& settings_;
   const bool is_terminal_;
   const bool is_coloured_;
-  std::string held_;
+  output out_;
+  std::string printed_;  // the finding that is printed
   std::uint64_t errors_ = 0;
   std::uint64_t warnings_ = 0;
 };

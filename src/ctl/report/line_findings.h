@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "findings.h"
+#include "rules.h"
 #include "ruvex/mapping/point_reader.h"
 #include "ruvex/mapping/rules.h"
 

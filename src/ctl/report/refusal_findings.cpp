@@ -3,22 +3,34 @@
 #include <cstdlib>
 #include <new>
 
-#include "check/reference_checks.h"
+#include "reference_oddity.h"
 #include "ruvex/cfg/records.h"
 #include "text/texts.h"
 
 namespace ruvex {
+namespace {
 
-bool refuse_line(line_findings& findings, line_reader::result got) {
-  if (got == line_reader::result::too_long) {
+std::string refused_reference(const mapping_line& line) {
+  const std::string_view field = line.fields[field_reference];
+  const std::string_view oddity = reference_oddity(field);
+  if (!oddity.empty()) return message(quoted{field}, " ", oddity, ", which ruvex refuses");
+  return message(quoted{field}, " is stored as ", quoted{modbus_reference(field).view()},
+                 ", which begins with none of 0 (coil), 1 (discrete input), 3 (input register) "
+                 "and 4 (holding register)");
+}
+
+}  // namespace
+
+bool add_refused_line(line_findings& findings, line_result got) {
+  if (got == line_result::too_long) {
     findings.add(
         rule::line_too_long, max_mapping_line + 1,
         message("the line is longer than ", max_mapping_line, " characters, which ruvex refuses"));
-  } else if (got == line_reader::result::holds_nul) {
+  } else if (got == line_result::holds_nul) {
     findings.add(rule::nul_byte, findings.text().find('\0') + 1,
                  "the line holds a NUL byte, which ruvex refuses");
   }
-  return got != line_reader::result::line;
+  return got != line_result::line;
 }
 
 bool refusal_findings::refused(csv_result reason, std::size_t field) noexcept {

@@ -1,4 +1,4 @@
-// The lines of a mapping file that the converter refuses, as findings.
+// The lines of a mapping file that ruvex refuses, as findings.
 #pragma once
 
 #include <cstddef>
@@ -9,9 +9,9 @@
 
 namespace ruvex {
 
-// Reports a line that is refused before its fields are looked at: one that is too long or holds a
-// NUL byte. Whether it is one.
-bool refuse_line(line_findings& findings, line_reader::result got);
+// Adds the finding of a line that ruvex refuses before it looks at the fields: one that is too long
+// or holds a NUL byte. Whether it is one.
+bool add_refused_line(line_findings& findings, line_result got);
 
 // Reports the lines that the converter refuses, and has it go on with them.
 class refusal_findings final : public point_listener {

@@ -1,7 +1,6 @@
 #include "rules.h"
 
 #include <array>
-#include <cstdio>
 
 namespace ruvex {
 namespace {
@@ -79,12 +78,18 @@ const rule_row* find_rule(std::string_view name) noexcept {
   return nullptr;
 }
 
-void print_rules() noexcept {
+std::string rules_text() {
+  std::string text;
+  const auto add = [&text](std::string_view cell, std::size_t width) {
+    (text += cell).append(width - cell.size(), ' ');
+  };
   for (const rule_row& row : rows) {
-    std::printf("  %-21.*s  %-7s  %.*s\n", static_cast<int>(row.name.size()), row.name.data(),
-                row.level == severity::error ? "error" : "warning",
-                static_cast<int>(row.meaning.size()), row.meaning.data());
+    add("  ", 2);
+    add(row.name, 23);
+    add(row.level == severity::error ? "error" : "warning", 9);
+    (text += row.meaning) += '\n';
   }
+  return text;
 }
 
 }  // namespace ruvex

@@ -1,9 +1,13 @@
-// What `ruvexctl check` looks for: one row a rule. The order is that of the manual's table.
+// What `ruvexctl check` looks for, one row a rule, and what a rule has found. The order is that of
+// the manual's table.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
+
+#include "ruvex/mapping/columns.h"
 
 namespace ruvex {
 
@@ -67,13 +71,22 @@ struct rule_row {
   std::string_view meaning;
 };
 
+struct finding {
+  rule id;
+  std::int64_t line;   // from 1
+  std::size_t column;  // from 1, in bytes
+  std::size_t field;   // its number, or no_field
+  std::string text;    // lower-case start, no full stop
+};
+inline constexpr std::size_t no_field = max_mapping_fields;
+
 // The row of a rule.
 const rule_row& row_of(rule id) noexcept;
 
 // The row of the rule with this name; null when there is none.
 const rule_row* find_rule(std::string_view name) noexcept;
 
-// Prints every rule, a line each, on standard output.
-void print_rules() noexcept;
+// Every rule, a line each, with its severity and its meaning.
+std::string rules_text();
 
 }  // namespace ruvex

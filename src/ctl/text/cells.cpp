@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "utf_8.h"
+#include "characters.h"
 
 namespace ruvex {
 namespace {

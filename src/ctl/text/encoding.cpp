@@ -6,7 +6,7 @@
 #include <string_view>
 #include <utility>
 
-#include "utf_8.h"
+#include "characters.h"
 
 namespace ruvex {
 namespace {

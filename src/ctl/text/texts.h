@@ -3,7 +3,10 @@
 
 #include <charconv>
 #include <concepts>
+#include <cstdarg>
+#include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -37,6 +40,18 @@ std::string message(const Parts&... parts) {
   return out;
 }
 
+// What printf would make of the format and the arguments.
+[[gnu::format(printf, 1, 0)]] inline std::string formatted(const char* format,
+                                                           std::va_list arguments) {
+  std::va_list again;
+  va_copy(again, arguments);
+  const int length = std::vsnprintf(nullptr, 0, format, arguments);
+  std::string text(static_cast<std::size_t>(length > 0 ? length : 0), '\0');
+  std::vsnprintf(text.data(), text.size() + 1, format, again);
+  va_end(again);
+  return text;
+}
+
 inline bool has_digit(std::string_view text) noexcept {
   for (const char character : text) {
     if (is_digit(character)) return true;
@@ -49,6 +64,18 @@ inline bool is_number_within(std::string_view text, std::int64_t lowest,
                              std::int64_t highest) noexcept {
   const std::int64_t number = decimal_prefix(text);
   return is_digits(text) && number >= lowest && number <= highest;
+}
+
+// A whole decimal number without a sign. False, and `value` is unchanged, when the text is none or
+// the number is above `largest`.
+inline bool parse_number(std::string_view text, unsigned long largest,
+                         unsigned long& value) noexcept {
+  unsigned long number = 0;
+  const char* const end = text.data() + text.size();
+  const auto [behind, error] = std::from_chars(text.data(), end, number);
+  if (error != std::errc() || behind != end || number > largest) return false;
+  value = number;
+  return true;
 }
 
 // A decimal number, with a minus sign, a point or an exponent where it has one. False, and `number`

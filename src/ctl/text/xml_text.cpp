@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "utf_8.h"
+#include "characters.h"
 
 namespace ruvex {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "command.h"
+#include "text/texts.h"
 
 namespace ruvex {
 

@@ -1,19 +1,21 @@
 #include "refusals.h"
 
 #include <cstdarg>
-#include <cstdio>
+#include <string>
+
+#include "report/place_message.h"
+#include "text/texts.h"
 
 namespace ruvex {
 
 void refusals::add(const text_place& place, const char* format, ...) noexcept {
   if (shown_ != nullptr) shown_->hide();
   ++count_;
-  std::fprintf(stderr, "%s:%zu:%zu: error: ", path_, place.line, place.column);
   std::va_list arguments;
   va_start(arguments, format);
-  std::vfprintf(stderr, format, arguments);
+  const std::string text = formatted(format, arguments);
   va_end(arguments);
-  std::fputc('\n', stderr);
+  print_message({path_, place.line, place.line, place.column, "error", text});
 }
 
 }  // namespace ruvex

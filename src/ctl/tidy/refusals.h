@@ -1,4 +1,4 @@
-// What is refused in a file, told as it is found.
+// What tidy refuses in a sheet, told as it is found.
 #pragma once
 
 #include <cstddef>
@@ -15,8 +15,8 @@ class refusals {
   explicit refusals(const char* path, progress* shown = nullptr) noexcept
       : path_(path), shown_(shown) {}
 
-  // Prints "PATH:LINE:COLUMN: error: " and the message on standard error. Format and arguments are
-  // those of printf.
+  // Prints the message, an error, with its place on standard error. Format and arguments are those
+  // of printf.
   [[gnu::format(printf, 3, 4)]] void add(const text_place& place, const char* format, ...) noexcept;
 
   // How many there were.

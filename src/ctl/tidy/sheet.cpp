@@ -3,13 +3,13 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <utility>
 #include <vector>
 
 #include "command.h"
 #include "progress.h"
 #include "refusals.h"
+#include "report/place_message.h"
 #include "strict_form.h"
 #include "text/cells.h"
 #include "text/texts.h"
@@ -86,6 +86,7 @@ class sheet_tidier {
   bool refuse_surplus(const std::vector<cell>& row) noexcept;
   void note_header(const std::vector<cell>& row) noexcept;
   void tell_header() noexcept;
+  void tell_left_out(std::size_t first, std::size_t last, const char* why) noexcept;
 
   const char* path_;
   const sheet_settings& settings_;
@@ -136,8 +137,7 @@ void sheet_tidier::take(const std::vector<cell>& row) {
   if (!is_blank(unit) || !is_blank(reference)) {
     if (!refuse_surplus(row)) form_.append_line(sources, place, refused_, lines_);
   } else if (!is_blank_row(row)) {
-    shown_.hide();
-    std::fprintf(stderr, "%s:%zu: left out: no unit and no reference\n", path_, place.line);
+    tell_left_out(place.line, place.line, "no unit and no reference");
   }
 }
 
@@ -169,10 +169,12 @@ void sheet_tidier::note_header(const std::vector<cell>& row) noexcept {
 
 void sheet_tidier::tell_header() noexcept {
   if (header_first_ == 0) return;
+  tell_left_out(header_first_, header_last_, "header");
+}
+
+void sheet_tidier::tell_left_out(std::size_t first, std::size_t last, const char* why) noexcept {
   shown_.hide();
-  std::fprintf(stderr, "%s:%zu", path_, header_first_);
-  if (header_last_ != header_first_) std::fprintf(stderr, "-%zu", header_last_);
-  std::fputs(": left out: header\n", stderr);
+  print_message({path_, first, last, 0, "left out", why});
 }
 
 }  // namespace

@@ -16,8 +16,8 @@ struct sheet_settings {
 };
 
 // The mapping lines of a sheet in UTF-8. Rows that are left out are told on standard error, where
-// `path` names the sheet. Nothing, after messages there, when there is no point, or when not all
-// that the rows hold can be told in mapping lines.
+// `path` names the sheet. Nothing, after refusals or a complaint there, when there is no point, or
+// when not all that the rows hold can be told in mapping lines.
 std::optional<std::string> tidy_sheet(const char* path, std::string_view text,
                                       const sheet_settings& settings);
 

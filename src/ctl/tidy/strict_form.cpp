@@ -2,31 +2,13 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <iterator>
 
-#include "report/field_names.h"
-#include "ruvex/mapping/point_reader.h"
-#include "text/printable.h"
+#include "ruvex/mapping/rules.h"
+#include "text/characters.h"
 #include "text/texts.h"
 
 namespace ruvex {
 namespace {
-
-// The data type that leaves a channel as it is by default.
-std::string_view default_data_type(const chn_cfg& defaults) noexcept {
-  const modbus_type_row* row = modbus_type;
-  while (row->data_type.data() != nullptr &&
-         (is_bit_type(row->data_type) || row->reg_size != defaults.reg_size ||
-          row->reg_endian != defaults.reg_endian || row->reg_format != defaults.reg_format)) {
-    ++row;
-  }
-  return row->data_type;
-}
-
-bool is_scale(std::size_t field) noexcept {
-  return std::any_of(std::begin(scale_ends), std::end(scale_ends),
-                     [field](const scale_end& end) { return end.field == field; });
-}
 
 // The place of the comma of a number such as "-0,5"; npos where there is none. "1,500" is not taken
 // for such a number, as it can be meant as one and a half or as fifteen hundred.
@@ -66,16 +48,16 @@ const char* find_unwritable(std::string_view text) noexcept {
   return nullptr;
 }
 
-std::string strict_text(std::size_t field, std::string_view source) {
+std::string strict_text(const mapping_column& column, std::string_view source) {
   std::string text(without_blanks(source));
-  if (field == field_label) {
+  if (column.rule == column_rule::unused) {
     const auto is_dropped = [](char character) {
       return std::string_view(",\"\r\n").find(character) != std::string_view::npos;
     };
     std::replace_if(text.begin(), text.end(), is_dropped, ' ');
     return std::string(without_blanks(text));
   }
-  if (field == field_cov_inc || is_scale(field)) {
+  if (column.field == field_cov_inc || column.rule == column_rule::scale_end) {
     const std::size_t comma = find_decimal_comma(text);
     if (comma != std::string::npos) text[comma] = '.';
   }
@@ -94,35 +76,16 @@ std::string joined(const std::array<std::string, max_mapping_fields>& texts) {
 
 }  // namespace
 
-strict_form::strict_form() noexcept
-    : defaults_(csv_defaults()),
-      blank_texts_{"-",
-                   defaults_.bac_cov_inc.view(),
-                   defaults_.name.view(),
-                   {},
-                   {},
-                   default_data_type(defaults_),
-                   defaults_.bac_type.view(),
-                   defaults_.instance.view(),
-                   defaults_.bac_units.view(),
-                   "0",
-                   "0",
-                   defaults_.scl_dev_lo.view(),
-                   defaults_.scl_dev_hi.view(),
-                   defaults_.scl_usr_lo.view(),
-                   defaults_.scl_usr_hi.view(),
-                   "0",
-                   "0"} {}
-
-// Scaling is taken or left as a whole; all "0" leaves it.
+// Scaling is taken or left as a whole, so a blank end beside one that is given gets its default.
 void strict_form::fill_blanks(field_texts& texts) const {
-  const bool is_scaled =
-      std::any_of(std::begin(scale_ends), std::end(scale_ends), [&texts](const scale_end& end) {
-        return !texts[end.field].empty() && texts[end.field] != "0";
-      });
-  for (std::size_t field = 0; field < texts.size(); ++field) {
-    if (!texts[field].empty()) continue;
-    texts[field] = is_scale(field) && !is_scaled ? std::string_view("0") : blank_texts_[field];
+  const bool is_scaled = std::ranges::any_of(scale_columns, [&texts](const mapping_column& end) {
+    return !texts[end.field].empty() && texts[end.field] != "0";
+  });
+  for (const mapping_column& column : mapping_columns) {
+    std::string& text = texts[column.field];
+    if (!text.empty()) continue;
+    const bool is_given = is_scaled && column.rule == column_rule::scale_end;
+    text = is_given ? (defaults_.*column.setting).view() : column.default_text;
   }
 }
 
@@ -130,18 +93,18 @@ void strict_form::append_line(const field_sources& sources, const text_place& ro
                               refusals& refused, std::string& lines) const {
   const std::size_t refused_before = refused.count();
   field_texts texts;
-  for (std::size_t field = 0; field < texts.size(); ++field) {
-    texts[field] = strict_text(field, sources[field].text);
+  for (const mapping_column& column : mapping_columns) {
+    texts[column.field] = strict_text(column, sources[column.field].text);
   }
   fill_blanks(texts);
-  for (std::size_t field = 0; field < texts.size(); ++field) {
-    const char* const name = field_names[field].data();
+  for (const mapping_column& column : mapping_columns) {
+    const std::size_t field = column.field;
     const char* const unwritable = find_unwritable(texts[field]);
     if (texts[field].empty()) {
-      refused.add(sources[field].place, "field %zu (%s) is blank", field, name);
+      refused.add(sources[field].place, "field %zu (%s) is blank", field, column.name.data());
     } else if (unwritable != nullptr) {
       refused.add(sources[field].place, "field %zu (%s) holds %s, which a mapping file cannot hold",
-                  field, name, unwritable);
+                  field, column.name.data(), unwritable);
     }
   }
   const std::string line = joined(texts);

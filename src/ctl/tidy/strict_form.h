@@ -4,21 +4,17 @@
 
 #include <array>
 #include <string>
-#include <string_view>
 
 #include "columns.h"
 #include "refusals.h"
 #include "ruvex/cfg/records.h"
-#include "ruvex/mapping/rules.h"
+#include "ruvex/mapping/columns.h"
+#include "ruvex/mapping/point_reader.h"
 
 namespace ruvex {
 
 class strict_form {
  public:
-  strict_form() noexcept;
-  strict_form(const strict_form&) = delete;
-  strict_form& operator=(const strict_form&) = delete;
-
   // Appends the line with these fields, from the row at `row`, to `lines`. Blanks around a text are
   // dropped; a field without text gets the text that leaves its setting at the default; the decimal
   // comma of a number becomes a point; commas, double quotes and line ends of the label, which is
@@ -35,8 +31,7 @@ class strict_form {
 
   void fill_blanks(field_texts& texts) const;
 
-  const chn_cfg defaults_;
-  std::array<std::string_view, max_mapping_fields> blank_texts_;  // empty: must not be blank
+  const chn_cfg defaults_ = csv_defaults();
 };
 
 }  // namespace ruvex

@@ -1,4 +1,3 @@
-#include <cstdio>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -6,9 +5,11 @@
 
 #include "command.h"
 #include "input.h"
+#include "output.h"
 #include "refusals.h"
 #include "sheet.h"
 #include "text/encoding.h"
+#include "text/texts.h"
 
 namespace ruvex {
 namespace {
@@ -74,20 +75,21 @@ int run_tidy(int argc, char** argv) {
   tidy_settings settings;
   const std::optional<int> status = read_options(tidy_command, argc, argv, option_rows, settings);
   if (status) return *status;
-  if (operands(argc, argv).size() != 1) return refuse_use(tidy_command, "one file is needed");
+  if (operands(argc, argv).size() != 1) return complain_of_use(tidy_command, "one file is needed");
   const char* const path = operands(argc, argv).front();
   const std::optional<std::string> text = read_text(path, settings.encoding);
   if (!text) return ctl_trouble;
   const std::optional<std::string> lines = tidy_sheet(path, *text, settings.sheet);
   if (!lines) return ctl_trouble;
-  std::fwrite(lines->data(), 1, lines->size(), stdout);
-  return finish_output(ctl_clean);
+  output out;
+  out.put(*lines);
+  return end_with(ctl_clean, out.finish());
 }
 
 }  // namespace
 
 const command tidy_command = {
-    "tidy", "ruvexctl tidy", "[OPTION]... FILE",
+    "tidy", "[OPTION]... FILE",
     R"(Turn the spreadsheet export FILE into a mapping file on standard output.
 
 Each line of the output has 17 cells separated by commas, none of them empty,

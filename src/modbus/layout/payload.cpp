@@ -6,7 +6,8 @@
 namespace ruvex {
 namespace {
 
-// The places of what is moved; null where it is not all there or does not fit.
+// The places of what is moved; null where it is not all there or does not fit. Both are known
+// before a byte is written, since a payload that is refused leaves the other side as it was.
 struct places {
   const std::uint8_t* from;
   std::uint8_t* to;
@@ -37,6 +38,7 @@ constexpr std::size_t packed_size(std::uint16_t count) noexcept {
 bool pack_bits(byte_reader& data, byte_writer& message, std::uint16_t count) noexcept {
   const places at(data, count, message, packed_size(count));
   if (!at) return false;
+  // The unused bits of the last byte go on the line as 0, whatever the buffer held.
   std::memset(at.to, 0, packed_size(count));
   for (std::size_t bit = 0; bit < count; ++bit) {
     const unsigned mask = at.from[bit] != 0 ? 1U << bit % 8 : 0;
@@ -52,7 +54,8 @@ bool unpack_bits(byte_reader& message, byte_writer& data, std::uint16_t count) n
   return true;
 }
 
-// A word in the host's order becomes a big-endian one, and back.
+// A word in the host's order becomes a big-endian one, and back. Words go through memcpy: in the
+// data and in a message they stand at any address, and some hosts read them from even ones only.
 using convert_word = void (*)(std::uint8_t* to, const std::uint8_t* from) noexcept;
 
 template <class Word>
@@ -83,7 +86,7 @@ bool move_words_or_bytes(byte_reader& in, byte_writer& out, std::uint16_t count)
   return move_words<std::uint32_t, Convert>(in, out, count);
 }
 
-// The size of `count` strings, each with its NUL and behind `prefix` other bytes; more than there
+// The size of `count` strings, each with its NUL and after `prefix` other bytes; more than there
 // are bytes where they are not all there.
 std::size_t size_of_strings(const byte_reader& in, std::uint16_t count,
                             std::size_t prefix) noexcept {
@@ -99,11 +102,13 @@ std::size_t size_of_strings(const byte_reader& in, std::uint16_t count,
   return in.left() - ahead.left();
 }
 
+// Measured before they are moved: some of the strings would be a list that nobody has sent.
 bool copy_strings(byte_reader& in, byte_writer& out, std::uint16_t count) noexcept {
   return copy(in, out, size_of_strings(in, count, 0));
 }
 
-// Entries have the same size on both sides; only their words differ.
+// Entries have the same size on both sides; only their words differ. They are measured as a whole
+// first, as everything that may be refused.
 template <convert_word Convert>
 bool move_entries(byte_reader& in, byte_writer& out, std::uint16_t count) noexcept {
   constexpr std::size_t word_size = sizeof(std::uint16_t);
@@ -120,6 +125,7 @@ bool move_entries(byte_reader& in, byte_writer& out, std::uint16_t count) noexce
   return true;
 }
 
+// A byte count is one byte wide, and nothing is refused because of it: readers go by the quantity.
 std::uint8_t byte_count_of_bits(std::uint16_t count) noexcept {
   return static_cast<std::uint8_t>(packed_size(count));
 }
