@@ -3,9 +3,9 @@
 
 #include <string_view>
 
-#include "ruvex/xml/value_buffer.h"
-
 namespace ruvex {
+
+struct SimpleXmlValueBuffer;
 
 // Appends all of `bytes`; or none, and false, when memory has run out or `buffer` is null.
 bool append_bytes(SimpleXmlValueBuffer* buffer, std::string_view bytes) noexcept;

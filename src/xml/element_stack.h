@@ -4,10 +4,10 @@
 
 #include <cstddef>
 #include <cstdlib>
-#include <cstring>
 #include <string_view>
 
 #include "ruvex/xml/parser_record.h"
+#include "short_bytes.h"
 
 namespace ruvex {
 
@@ -26,7 +26,7 @@ class name_arena {
     if (static_cast<std::size_t>(end_ - next_) < size && !add_block(size)) return nullptr;
     char* const copy = next_;
     next_ += size;
-    std::memcpy(copy, name.data(), name.size());
+    copy_short(copy, name.data(), name.size());
     copy[name.size()] = '\0';
     return copy;
   }
