@@ -4,15 +4,15 @@
 
 #include <cstddef>
 #include <cstdlib>
-#include <cstring>
 #include <string_view>
 
 #include "ruvex/xml/parser_record.h"
+#include "short_bytes.h"
 
 namespace ruvex {
 
-// Names of open elements, given back in the reverse order. They stand in blocks that do not move,
-// and blocks are kept for the names to come, so that a document costs a handful of allocations.
+// Names of open elements, given back in the reverse order. Handlers keep pointers to them, so they
+// stand in blocks that do not move. An allocation for each name would double the parser's time.
 class name_arena {
  public:
   name_arena() noexcept = default;
@@ -20,36 +20,28 @@ class name_arena {
   name_arena(const name_arena&) = delete;
   name_arena& operator=(const name_arena&) = delete;
 
-  // A copy of `name` with a NUL behind it, valid until it is dropped; null when memory has run out.
-  // `readable` bytes may be read from its start on: a short name is copied with what follows it.
-  [[gnu::always_inline]] const char* push(std::string_view name, std::size_t readable) noexcept {
+  // A copy of `name` with a NUL after it, valid until it is dropped; null when memory has run out.
+  [[gnu::always_inline]] const char* push(std::string_view name) noexcept {
     const std::size_t size = name.size() + 1;
-    if ((top_ == nullptr || top_->size - top_->used < size) && !add_block(size)) return nullptr;
-    char* copy = characters(top_) + top_->used;
-    if (name.size() <= piece && readable >= piece) {
-      std::memcpy(copy, name.data(), piece);
-    } else {
-      std::memcpy(copy, name.data(), name.size());
-    }
+    if (static_cast<std::size_t>(end_ - next_) < size && !add_block(size)) return nullptr;
+    char* const copy = next_;
+    next_ += size;
+    copy_short(copy, name.data(), name.size());
     copy[name.size()] = '\0';
-    top_->used += size;
     return copy;
   }
 
   // Drops the name that was pushed last, of this length.
   void drop(std::size_t length) noexcept {
-    top_->used -= length + 1;
-    if (top_->used == 0 && top_->below != nullptr) keep_back();
+    next_ -= length + 1;
+    if (next_ == characters(top_) && top_->below != nullptr) keep_back();
   }
 
  private:
-  static constexpr std::size_t piece = 16;
-
-  // A block has room for a piece behind its size.
   struct block {
     block* below;
     std::size_t size;
-    std::size_t used;
+    char* next;  // the block's next_, while other blocks are above it
   };
 
   static char* characters(block* of) noexcept { return reinterpret_cast<char*>(of + 1); }
@@ -62,42 +54,48 @@ class name_arena {
     }
   }
 
-  // The block emptied last is kept, so that names about a block's end do not allocate each
-  // time.
+  void use(block* top, char* next) noexcept {
+    top_ = top;
+    next_ = next;
+    end_ = characters(top) + top->size;
+  }
+
   [[gnu::noinline, gnu::cold]] bool add_block(std::size_t size) noexcept {
     constexpr std::size_t usual_size = 4096 - sizeof(block);
-    block* added = nullptr;
-    if (spare_ != nullptr && spare_->size >= size) {
-      added = spare_;
+    block* added = spare_;
+    if (added != nullptr && added->size >= size) {
       spare_ = nullptr;
     } else {
       if (size < usual_size) size = usual_size;
-      added = static_cast<block*>(std::malloc(sizeof(block) + size + piece));
+      added = static_cast<block*>(std::malloc(sizeof(block) + size));
       if (added == nullptr) return false;
       added->size = size;
     }
-    added->used = 0;
     added->below = top_;
-    top_ = added;
+    if (top_ != nullptr) top_->next = next_;
+    use(added, characters(added));
     return true;
   }
 
+  // The block emptied last is kept: otherwise elements that come and go at a block's end would
+  // allocate one each time.
   [[gnu::noinline, gnu::cold]] void keep_back() noexcept {
-    block* const emptied = top_;
-    top_ = emptied->below;
     release(spare_);
-    spare_ = emptied;
+    spare_ = top_;
+    use(spare_->below, spare_->below->next);
     spare_->below = nullptr;
   }
 
   block* top_ = nullptr;
+  char* next_ = nullptr;  // the unused part of the top block
+  char* end_ = nullptr;
   block* spare_ = nullptr;
 };
 
 struct open_element {
   const char* name;  // in the arena
   std::size_t name_length;
-  bool is_plain;  // the name stood in the document as it is, without a reference
+  bool is_plain;  // the name stood in the document without a reference, so its end tag may as well
   SimpleXmlTagHandler handler;
 };
 
@@ -113,11 +111,9 @@ class element_stack {
   open_element& top() noexcept { return top_[-1]; }
 
   // Opens an element without a handler yet. False when memory has run out.
-  // `readable` as in name_arena.
-  [[gnu::always_inline]] bool push(std::string_view name, std::size_t readable,
-                                   bool is_plain) noexcept {
+  [[gnu::always_inline]] bool push(std::string_view name, bool is_plain) noexcept {
     if (top_ == end_ && !grow()) return false;
-    const char* copy = names_.push(name, readable);
+    const char* const copy = names_.push(name);
     if (copy == nullptr) return false;
     *top_++ = {copy, name.size(), is_plain, {}};
     return true;
@@ -132,7 +128,7 @@ class element_stack {
   [[gnu::noinline, gnu::cold]] bool grow() noexcept {
     const auto count = static_cast<std::size_t>(top_ - elements_);
     const std::size_t room = count == 0 ? 16 : 2 * count;
-    void* elements = std::realloc(elements_, room * sizeof(open_element));
+    void* const elements = std::realloc(elements_, room * sizeof(open_element));
     if (elements == nullptr) return false;
     elements_ = static_cast<open_element*>(elements);
     top_ = elements_ + count;
@@ -142,7 +138,7 @@ class element_stack {
 
   name_arena names_;
   open_element* elements_ = nullptr;
-  open_element* top_ = nullptr;  // behind the innermost
+  open_element* top_ = nullptr;  // after the innermost
   open_element* end_ = nullptr;
 };
 

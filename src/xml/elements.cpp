@@ -1,227 +1,147 @@
 #include "elements.h"
 
-#include <string_view>
-
 #include "element_stack.h"
-#include "ruvex/xml/tokenizer.h"
-#include "scan.h"
+#include "token_reader.h"
 
 namespace ruvex {
 namespace {
 
-int fail(SimpleXmlParser* parser, SimpleXmlError error) noexcept {
-  parser->error = error;
-  return 0;
-}
-
-int succeeded(const SimpleXmlParser* parser) noexcept {
-  return parser->error == SIMPLE_XML_NO_ERROR ? 1 : 0;
-}
-
-int call(SimpleXmlParser* parser, const open_element& element, SimpleXmlEvent event,
-         const char* attribute_name, const char* value) {
-  element.handler(parser, event, element.name, attribute_name, value);
-  return succeeded(parser);
-}
-
-// The value of an attribute or a run of content, as handlers get it; the buffer is empty
-// afterwards. `readable` as for terminatedTokenText.
-[[gnu::always_inline]] inline int call_with_value(SimpleXmlParser* parser,
-                                                  const open_element& element, SimpleXmlEvent event,
-                                                  const char* attribute_name, std::string_view text,
-                                                  std::size_t readable) {
-  const char* value = terminatedTokenText(parser, text, readable);
-  if (value == nullptr) return 0;
-  parser->valueLength = static_cast<std::int32_t>(text.size());
-  return call(parser, element, event, attribute_name, value);
-}
-
-// One parse of an element and of everything in it, level by level. Outside the functions that use
-// the tokenizer the value buffer is empty.
+// One parse of an element and of everything in it, level by level. The value buffer is empty
+// between two tokens.
 class element_parser {
  public:
-  element_parser(SimpleXmlParser* parser, SimpleXmlTagHandler handler) noexcept
-      : parser_(parser),
-        handler_(handler),
-        at_(parser->inputData + parser->inputPosition),
-        end_(parser->inputData + parser->inputLength) {}
+  explicit element_parser(SimpleXmlParser* parser) noexcept : tokens_(parser) {}
 
-  int parse(std::string_view name) {
-    if (open(name, handler_, false, false) == 0) return 0;
+  bool parse(const token& name, SimpleXmlTagHandler enclosing) {
+    if (!start(name, enclosing) || !read_start_tag_rest()) return false;
     while (!elements_.empty()) {
-      if (read_content() == 0) return 0;
+      if (!read_inside()) return false;
     }
-    return succeeded(parser_);
+    return succeeded();
   }
 
  private:
-  // Opens the element whose start tag's name has just been read, up to the end of that tag. The
-  // name stands in the document (`is_plain`) or in the value buffer; `is_bare` says that a plain
-  // name is all that the tag has, so that its ">" comes next.
-  [[gnu::always_inline]] inline int open(std::string_view name, SimpleXmlTagHandler enclosing,
-                                         bool is_plain, bool is_bare) {
-    if (!elements_.push(name, is_plain ? readable_from(name) : 0, is_plain)) {
-      return fail(parser_, SIMPLE_XML_OUT_OF_MEMORY);
-    }
-    if (!is_plain) clearSimpleXmlValueBuffer(parser_->valueBuffer);
-    open_element& element = elements_.top();
-    const SimpleXmlTagHandler own =
-        enclosing(parser_, SIMPLE_XML_EVENT_SUBTAG_START, element.name, nullptr, nullptr);
-    if (succeeded(parser_) == 0) return 0;
-    element.handler = own ? own : SimpleXmlTagHandler(simpleXmlNopHandler);
-    if (is_bare) {
-      move_to(at_ + 1);
-      parser_->tokenType = TOKEN_TAG_CLOSE;
-    } else if (read_attributes(element) == 0) {
-      return 0;
-    }
-    const bool is_empty = !is_bare && parser_->tokenType == TOKEN_TAG_END;
-    if (call(parser_, element, SIMPLE_XML_EVENT_ATTRIBUTES_END, nullptr, nullptr) == 0) return 0;
-    return is_empty ? close(element) : 1;
+  SimpleXmlParser* parser() const noexcept { return tokens_.parser(); }
+  bool succeeded() const noexcept { return parser()->error == SIMPLE_XML_NO_ERROR; }
+  void clear_buffer() noexcept { parser()->valueBuffer->length = 0; }
+
+  bool call(const open_element& element, SimpleXmlEvent event, const char* attribute_name,
+            const char* value) {
+    tokens_.publish();
+    element.handler(parser(), event, element.name, attribute_name, value);
+    return succeeded();
   }
 
-  // A tag-level token that is no attribute ends the tag, so there is no fourth kind to refuse.
-  [[gnu::noinline]] int read_attributes(const open_element& element) {
+  // For an attribute or a run of content.
+  [[gnu::always_inline]] bool call_with_value(const open_element& element, SimpleXmlEvent event,
+                                              const char* attribute_name, token token) {
+    const char* const value = tokens_.terminated(token.text, token.in_document);
+    if (value == nullptr) return false;
+    parser()->valueLength = static_cast<std::int32_t>(token.text.size());
+    return call(element, event, attribute_name, value);
+  }
+
+  // Announces the element whose start tag's name has just been read.
+  [[gnu::always_inline]] bool start(const token& name, SimpleXmlTagHandler enclosing) {
+    if (!elements_.push(name.text, name.in_document)) {
+      return tokens_.fail(SIMPLE_XML_OUT_OF_MEMORY);
+    }
+    if (!name.in_document) clear_buffer();
+    open_element& element = elements_.top();
+    tokens_.publish();
+    const SimpleXmlTagHandler own =
+        enclosing(parser(), SIMPLE_XML_EVENT_SUBTAG_START, element.name, nullptr, nullptr);
+    element.handler = own ? own : SimpleXmlTagHandler(simpleXmlNopHandler);
+    return succeeded();
+  }
+
+  bool end_attributes() {
+    return call(elements_.top(), SIMPLE_XML_EVENT_ATTRIBUTES_END, nullptr, nullptr);
+  }
+
+  // The rest of a start tag. A tag-level token that is no attribute ends the tag, so there is no
+  // fourth kind to refuse.
+  [[gnu::noinline]] bool read_start_tag_rest() {
+    const open_element& element = elements_.top();
     for (;;) {
-      std::string_view value;
-      if (nextTagToken(parser_, value) == 0) return 0;
-      follow_tokenizer();
-      if (parser_->tokenType != TOKEN_ATTRIBUTE) return 1;
-      const std::size_t readable = isInDocument(parser_, value) ? readable_from(value) : 0;
-      if (call_with_value(parser_, element, SIMPLE_XML_EVENT_ATTRIBUTE, parser_->attributeName,
-                          value, readable) == 0) {
-        return 0;
+      const token token = tokens_.read_in_tag();
+      if (!token) return false;
+      if (parser()->tokenType != TOKEN_ATTRIBUTE) break;
+      if (!call_with_value(element, SIMPLE_XML_EVENT_ATTRIBUTE, parser()->attributeName, token)) {
+        return false;
       }
     }
+    const bool is_empty = parser()->tokenType == TOKEN_TAG_END;
+    return end_attributes() && (!is_empty || close(element));
   }
 
-  // What comes next inside the innermost element: text and the tag behind it, or other markup. The
-  // forms that are met most are told at a glance: text without a reference, the end tag that is
-  // due, a start tag without attributes.
-  int read_content() {
+  // Opens an element whose start tag is no more than a plain name. Its ">" is next.
+  [[gnu::always_inline]] bool open_plain(std::string_view name, SimpleXmlTagHandler enclosing) {
+    if (!start({name, true}, enclosing)) return false;
+    tokens_.pass_tag_close();
+    return end_attributes();
+  }
+
+  // What comes next inside the innermost element: a run of content and the markup after it.
+  bool read_inside() {
     open_element& element = elements_.top();
-    if (at_ != end_ && *at_ != '<') {
-      const char* const stop = find_in_text(at_, end_, '<');
-      if (stop == end_ || *stop == '&') return read_any_content(element);
-      const std::string_view text(at_, static_cast<std::size_t>(stop - at_));
-      move_to(stop);
-      parser_->tokenType = TOKEN_CONTENT;
-      if (content(element, text, readable_from(text)) == 0) return 0;
+    if (!tokens_.is_at_markup()) {
+      const std::string_view text = tokens_.pass_plain_content();
+      if (text.data() == nullptr) return read_other(element);
+      if (!call_with_value(element, SIMPLE_XML_EVENT_CONTENT, nullptr, {text, true})) return false;
     }
-    const char* const at = at_;
-    const auto left = static_cast<std::size_t>(end_ - at);
-    if (left < 2 || at[1] == '!' || at[1] == '?') return read_any_content(element);
-    if (at[1] == '/') {
-      if (!is_end_tag_of(element, at, left)) return read_any_content(element);
-      move_to(at + element.name_length + end_tag_marks);
-      return close(element);
+    const char mark = tokens_.mark();
+    if (mark == '/') {
+      const bool ends = element.is_plain && tokens_.pass_plain_end_tag(name_of(element));
+      return ends ? close(element) : read_other(element);
     }
-    const char* const stop = find_tag_name_end(at + 1, end_);
-    if (stop == end_ || *stop != '>') return read_any_content(element);
-    move_to(stop);
-    return open({at + 1, static_cast<std::size_t>(stop - at) - 1}, element.handler, true, true);
+    const std::string_view name = tokens_.pass_plain_start_tag();
+    return name.data() != nullptr ? open_plain(name, element.handler) : read_other(element);
   }
 
-  [[gnu::noinline, gnu::cold]] int read_any_content(open_element& element) {
-    std::string_view text;
-    if (nextContentToken(parser_, text) == 0) return 0;
-    follow_tokenizer();
-    switch (parser_->tokenType) {
+  [[gnu::noinline, gnu::cold]] bool read_other(open_element& element) {
+    const token token = tokens_.read_content_or_markup();
+    if (!token) return false;
+    switch (parser()->tokenType) {
       case TOKEN_TAG_START:
-        return open(text, element.handler, isInDocument(parser_, text), false);
+        return start(token, element.handler) && read_start_tag_rest();
       case TOKEN_TAG_END:
-        if (text != name_of(element)) return fail(parser_, SIMPLE_XML_MISMATCHED_END_TAG);
-        clearSimpleXmlValueBuffer(parser_->valueBuffer);
+        if (token.text != name_of(element)) return tokens_.fail(SIMPLE_XML_MISMATCHED_END_TAG);
+        clear_buffer();
         return close(element);
       case TOKEN_CONTENT:
-        return content(element, text, 0);
+        return call_with_value(element, SIMPLE_XML_EVENT_CONTENT, nullptr, token);
       default:
-        return clearSimpleXmlValueBuffer(parser_->valueBuffer);
+        clear_buffer();
+        return true;
     }
-  }
-
-  // A name that stood in the document as it is holds nothing that could end it.
-  bool is_end_tag_of(const open_element& element, const char* at, std::size_t left) const noexcept {
-    return left >= element.name_length + end_tag_marks && element.is_plain &&
-           at[2 + element.name_length] == '>' &&
-           equal_bytes(at + 2, element.name, element.name_length);
-  }
-
-  int content(const open_element& element, std::string_view text, std::size_t readable) {
-    return call_with_value(parser_, element, SIMPLE_XML_EVENT_CONTENT, nullptr, text, readable);
-  }
-
-  // For a text in the document.
-  std::size_t readable_from(std::string_view text) const noexcept {
-    return static_cast<std::size_t>(end_ - text.data());
-  }
-
-  void follow_tokenizer() noexcept { at_ = parser_->inputData + parser_->inputPosition; }
-  void move_to(const char* at) noexcept {
-    at_ = at;
-    parser_->inputPosition = static_cast<std::int32_t>(at - parser_->inputData);
   }
 
   static std::string_view name_of(const open_element& element) noexcept {
     return {element.name, element.name_length};
   }
 
-  int close(const open_element& element) {
-    parser_->tokenType = TOKEN_TAG_END;
-    const int result = call(parser_, element, SIMPLE_XML_EVENT_TAG_END, nullptr, nullptr);
+  bool close(const open_element& element) {
+    if (!call(element, SIMPLE_XML_EVENT_TAG_END, nullptr, nullptr)) return false;
     elements_.pop();
-    return result;
+    return true;
   }
 
-  static constexpr std::size_t end_tag_marks = 3;  // </ and >
-
-  SimpleXmlParser* parser_;
-  SimpleXmlTagHandler handler_;
-  const char* at_;
-  const char* end_;
+  token_reader tokens_;
   element_stack elements_;
 };
 
-// Skips what may stand before the document element and reads that element's name.
-int find_document_tag(SimpleXmlParser* parser) noexcept {
-  for (;;) {
-    if (skipWhitespace(parser) != 0) {
-      clearSimpleXmlValueBuffer(parser->valueBuffer);
-      readNextContentToken(parser);
-    }
-    if (parser->error == SIMPLE_XML_UNEXPECTED_END) return fail(parser, SIMPLE_XML_NO_DOCUMENT_TAG);
-    if (parser->error != SIMPLE_XML_NO_ERROR) return 0;
-    switch (parser->tokenType) {
-      case TOKEN_PROCESSING_INSTRUCTION:
-      case TOKEN_COMMENT:
-      case TOKEN_DOCTYPE:
-        break;
-      case TOKEN_TAG_START:
-        return 1;
-      default:
-        return fail(parser, SIMPLE_XML_NO_DOCUMENT_TAG);
-    }
-  }
-}
-
 }  // namespace
+
+int parseOneTag(SimpleXmlParser* parser, SimpleXmlTagHandler handler) noexcept {
+  const SimpleXmlValueBuffer& name = *parser->valueBuffer;
+  const token read = {{name.data, static_cast<std::size_t>(name.length)}, false};
+  return element_parser(parser).parse(read, handler) ? 1 : 0;
+}
 
 SimpleXmlTagHandler simpleXmlNopHandler(SimpleXmlParser*, std::int32_t, const char*, const char*,
                                         const char*) {
   return simpleXmlNopHandler;
-}
-
-int parseOneTag(SimpleXmlParser* parser, SimpleXmlTagHandler handler) noexcept {
-  const SimpleXmlValueBuffer& name = *parser->valueBuffer;
-  return element_parser(parser, handler).parse({name.data, static_cast<std::size_t>(name.length)});
-}
-
-int parseSimpleXml(SimpleXmlParser* parser, SimpleXmlTagHandler handler) noexcept {
-  if (!handler) return fail(parser, SIMPLE_XML_ILLEGAL_HANDLER);
-  if (parser->error != SIMPLE_XML_NOT_STARTED) return fail(parser, SIMPLE_XML_NOT_INITIALIZED);
-  parser->error = SIMPLE_XML_NO_ERROR;
-  if (find_document_tag(parser) == 0) return 0;
-  return parseOneTag(parser, handler);
 }
 
 }  // namespace ruvex

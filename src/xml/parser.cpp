@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "elements.h"
+#include "line_breaks.h"
 #include "ruvex/xml/tokenizer.h"
 
 namespace ruvex {
@@ -27,6 +28,33 @@ constexpr const char* descriptions[] = {
     "equal sign (=) expected",               // SIMPLE_XML_EQUAL_SIGN_EXPECTED
 };
 static_assert(std::size(descriptions) == SIMPLE_XML_EQUAL_SIGN_EXPECTED + 1);
+
+int fail(SimpleXmlParser* parser, SimpleXmlError error) noexcept {
+  parser->error = error;
+  return 0;
+}
+
+// Skips what may stand before the document element and reads that element's name.
+int find_document_tag(SimpleXmlParser* parser) noexcept {
+  for (;;) {
+    if (skipWhitespace(parser) != 0) {
+      clearSimpleXmlValueBuffer(parser->valueBuffer);
+      readNextContentToken(parser);
+    }
+    if (parser->error == SIMPLE_XML_UNEXPECTED_END) return fail(parser, SIMPLE_XML_NO_DOCUMENT_TAG);
+    if (parser->error != SIMPLE_XML_NO_ERROR) return 0;
+    switch (parser->tokenType) {
+      case TOKEN_PROCESSING_INSTRUCTION:
+      case TOKEN_COMMENT:
+      case TOKEN_DOCTYPE:
+        break;
+      case TOKEN_TAG_START:
+        return 1;
+      default:
+        return fail(parser, SIMPLE_XML_NO_DOCUMENT_TAG);
+    }
+  }
+}
 
 }  // namespace
 
@@ -72,6 +100,13 @@ const char* getSimpleXmlParseErrorDescription(const SimpleXmlParser* parser) noe
   return code < std::size(descriptions) ? descriptions[code] : "unknown error";
 }
 
+int parseSimpleXml(SimpleXmlParser* parser, SimpleXmlTagHandler handler) noexcept {
+  if (!handler) return fail(parser, SIMPLE_XML_ILLEGAL_HANDLER);
+  if (parser->error != SIMPLE_XML_NOT_STARTED) return fail(parser, SIMPLE_XML_NOT_INITIALIZED);
+  parser->error = SIMPLE_XML_NO_ERROR;
+  return find_document_tag(parser) != 0 ? parseOneTag(parser, handler) : 0;
+}
+
 SimpleXmlParser* simpleXmlCreateParser(const char* document, std::int32_t length) noexcept {
   return createSimpleXmlParser(document, length);
 }
@@ -96,7 +131,7 @@ void simpleXmlParseAbort(SimpleXmlParser* parser, std::int32_t code) noexcept {
 
 std::int32_t simpleXmlGetLineNumber(SimpleXmlParser* parser) noexcept {
   if (parser == nullptr) return -1;
-  countLineBreaks(parser);
+  count_line_breaks(parser);
   return parser->lineBreaks + 1;
 }
 

@@ -48,41 +48,36 @@ inline std::uint64_t bytes_below(std::uint64_t word, std::uint8_t limit) noexcep
   return (word - ones * limit) & ~word & (ones << 7);
 }
 
-// The first `stop` or "&" from `at` on, or `end`; eight bytes in a step.
-inline const char* find_in_text(const char* at, const char* end, char stop) noexcept {
+// The functions below find the end of a text: they return the first byte from `at` on that ends it,
+// or a "&", or `end`.
+
+// Text up to `Stop`, eight bytes in a step: one by one costs a parse of a configuration, whose
+// texts are short, 5 % more instructions.
+template <char Stop>
+inline const char* find_in_text(const char* at, const char* end) noexcept {
   for (; end - at >= 8; at += 8) {
     std::uint64_t word;
     std::memcpy(&word, at, sizeof word);
-    const std::uint64_t found = bytes_equal(word, stop) | bytes_equal(word, '&');
+    const std::uint64_t found = bytes_equal(word, Stop) | bytes_equal(word, '&');
     if (found == 0) continue;
     if constexpr (std::endian::native == std::endian::little) {
       return at + std::countr_zero(found) / 8;
     }
     break;
   }
-  while (at != end && *at != stop && *at != '&') ++at;
+  while (at != end && *at != Stop && *at != '&') ++at;
   return at;
 }
 
-inline const char* find_class(const char* at, const char* end, unsigned classes) noexcept {
-  while (at != end && !is(*at, classes)) ++at;
+// Text up to a byte of these classes.
+template <unsigned Classes>
+inline const char* find_class(const char* at, const char* end) noexcept {
+  while (at != end && !is(*at, Classes | ampersand)) ++at;
   return at;
 }
 
-// Whether `count` bytes are the same. Most names have eight to sixteen: two words tell.
-inline bool equal_bytes(const char* a, const char* b, std::size_t count) noexcept {
-  constexpr std::size_t word_size = sizeof(std::uint64_t);
-  if (count < word_size || count > 2 * word_size) return std::memcmp(a, b, count) == 0;
-  std::uint64_t words[4];
-  std::memcpy(&words[0], a, word_size);
-  std::memcpy(&words[1], b, word_size);
-  std::memcpy(&words[2], a + count - word_size, word_size);
-  std::memcpy(&words[3], b + count - word_size, word_size);
-  return ((words[0] ^ words[1]) | (words[2] ^ words[3])) == 0;
-}
-
-// The first byte from `at` on that ends a tag name or starts a reference, or `end`. Such bytes are
-// ">" and some of those below "0", which names hardly hold: eight bytes in a step as well.
+// The name of a tag. What ends it is ">" or below "0", where names hold hardly anything else than
+// "-" and ".": eight bytes in a step here too, or 7 % more.
 inline const char* find_tag_name_end(const char* at, const char* end) noexcept {
   if constexpr (std::endian::native == std::endian::little) {
     for (; end - at >= 8; at += 8) {
@@ -95,7 +90,7 @@ inline const char* find_tag_name_end(const char* at, const char* end) noexcept {
       break;
     }
   }
-  return find_class(at, end, ends_tag_name | ampersand);
+  return find_class<ends_tag_name>(at, end);
 }
 
 }  // namespace ruvex

@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
+
+#include "buffer_bytes.h"
 
 namespace ruvex {
 namespace {
@@ -17,6 +20,13 @@ bool make_room(SimpleXmlValueBuffer& buffer, std::size_t count) noexcept {
 }
 
 }  // namespace
+
+bool append_bytes(SimpleXmlValueBuffer* buffer, std::string_view bytes) noexcept {
+  if (buffer == nullptr || !make_room(*buffer, bytes.size())) return false;
+  std::memcpy(buffer->data + buffer->length, bytes.data(), bytes.size());
+  buffer->length += static_cast<std::int32_t>(bytes.size());
+  return true;
+}
 
 SimpleXmlValueBuffer* createSimpleXmlValueBuffer(std::int32_t size) noexcept {
   if (size < 1) return nullptr;
@@ -54,21 +64,13 @@ int growSimpleXmlValueBuffer(SimpleXmlValueBuffer* buffer) noexcept {
 }
 
 int appendCharToSimpleXmlValueBuffer(SimpleXmlValueBuffer* buffer, char character) noexcept {
-  return appendBytesToSimpleXmlValueBuffer(buffer, &character, 1);
+  return append_bytes(buffer, {&character, 1}) ? 1 : 0;
 }
 
 int appendStringToSimpleXmlValueBuffer(SimpleXmlValueBuffer* buffer, const char* text) noexcept {
   for (; *text != '\0'; ++text) {
     if (appendCharToSimpleXmlValueBuffer(buffer, *text) == 0) return 0;
   }
-  return 1;
-}
-
-int appendBytesToSimpleXmlValueBuffer(SimpleXmlValueBuffer* buffer, const char* bytes,
-                                      std::size_t count) noexcept {
-  if (buffer == nullptr || !make_room(*buffer, count)) return 0;
-  std::memcpy(buffer->data + buffer->length, bytes, count);
-  buffer->length += static_cast<std::int32_t>(count);
   return 1;
 }
 

@@ -1,5 +1,6 @@
 #include "ruvex/xml/parser.h"
 
+#include <algorithm>
 #include <limits>
 #include <utility>
 #include <vector>
@@ -19,8 +20,8 @@ xml_parser_ptr parser_over(std::string_view document) {
       simpleXmlCreateParser(document.data(), static_cast<std::int32_t>(document.size())));
 }
 
-// What the reference parser (differential_test.cpp) is told by hand.
-TEST(Parser, TellsEventsAndWhereItStopped) {
+// After an event behind the first line stand "@" and its line.
+TEST(Parser, TellsEventsAndTheirLines) {
   constexpr struct {
     std::string_view document, told;
   } rows[] = {
@@ -31,22 +32,40 @@ TEST(Parser, TellsEventsAndWhereItStopped) {
        "error 0 on line 1: 0 start a|1 attrs-end a|1 start b|2 attrs-end b|2 start c|"
        "3 attrs-end c|3 end c|2 end b|1 start n|1 content a u|1 end a"},
       {"\0\r<!DOCTYPE b [<!c>\n]> <?p?><!-- > --><a\n></a >&<"sv,
-       "error 0 on line 4: 0 start a|1 attrs-end a|1 end a"},
+       "error 0 on line 4: 0 start a@4|1 attrs-end a@4|1 end a@4"},
       {"<a b=''c = \"'&lt;&#x4A;&#74;&#0;>\"/>",
        "error 0 on line 1: 0 start a|1 attr a b=|1 attr a c='<JJ\\x00>|1 attrs-end a|1 end a"},
       {"<a>1<!-- -->2<?p?>3<![CDATA[q]]>\r\n</a>",
        "error 0 on line 2: 0 start a|1 attrs-end a|1 content a 1|1 content a 2|1 content a 3|"
-       "1 content a \\x0d\\x0a|1 end a"},
-      {"<a b='1'\n c>\n<", "error 13 on line 3: 0 start a|1 attr a b=1"},
+       "1 content a \\x0d\\x0a@2|1 end a@2"},
+      {"<a b='1'\n c>\n<", "error 13 on line 3: 0 start a|1 attr a b=1@2"},
       {"<a b\n=\n1>", "error 7 on line 3: 0 start a"},
-      {"<a>t\n</b\r\r>\n<c/>", "error 11 on line 4: 0 start a|1 attrs-end a|1 content a t\\x0a"},
+      {"<a>t\n</b\r\r>\n<c/>", "error 11 on line 4: 0 start a|1 attrs-end a|1 content a t\\x0a@2"},
       {"<a>\r\r\n<b/>t&\n",
-       "error 4 on line 3: 0 start a|1 attrs-end a|1 content a \\x0d\\x0d\\x0a|1 start b|"
-       "2 attrs-end b|2 end b"},
+       "error 4 on line 3: 0 start a|1 attrs-end a|1 content a \\x0d\\x0d\\x0a@3|"
+       "1 start b@3|2 attrs-end b@3|2 end b@3"},
       {"<a>&#x1\r\n", "error 4 on line 1: 0 start a|1 attrs-end a"},  // between CR and LF
       {"\n<!-- -->", "error 10 on line 2"},
   };
-  for (const auto& [document, told] : rows) EXPECT_EQ(parse(document).text(), told);
+  for (const auto& [document, told] : rows) {
+    EXPECT_EQ(parse(document, {.with_lines = true}).text(), told);
+  }
+}
+
+// Of a document that is cut anywhere, what was whole is told, and nothing else.
+TEST(Parser, TellsTheBeginningOfWhatIsCut) {
+  for (const std::string_view document : all_documents()) {
+    const outcome whole = parse(document, {.with_lines = true});
+    for (std::size_t size = 1; size < document.size(); ++size) {
+      const outcome cut = parse(document.substr(0, size), {.with_lines = true});
+      const bool is_whole = cut.error == 0 && whole.error == 0;  // the rest is behind the element
+      EXPECT_TRUE(is_whole ? cut == whole : cut.error != 0) << printable(document) << size;
+      EXPECT_LE(cut.events.size(), whole.events.size()) << printable(document) << size;
+      EXPECT_TRUE(std::equal(cut.events.begin(), cut.events.end(), whole.events.begin()))
+          << cut.text() << "\n"
+          << whole.text();
+    }
+  }
 }
 
 TEST(Parser, TellsAndDescribesTheFailure) {

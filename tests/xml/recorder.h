@@ -49,7 +49,7 @@ inline std::string printable(std::string_view bytes) {
 // What the handlers of a recorded parse do besides recording.
 struct handling {
   std::string_view ignored = "n";                   // elements of this name get a null handler
-  bool with_lines = false;                          // add "@" and the line number to each event
+  bool with_lines = false;                          // add "@" and the line, behind the first line
   int abort_at = -1;                                // the event, from 0, that ends the parse ...
   std::int32_t abort_code = SIMPLE_XML_USER_ABORT;  // ... with this code
 };
@@ -83,7 +83,7 @@ inline std::string event_line(int handler, std::int32_t event, const char* name,
   if (has_attribute || attribute != nullptr) ((result += " ") += text(attribute)) += "=";
   if (has_value && !has_attribute) result += " ";
   if (has_value || value.data() != nullptr) result += printable(value);
-  if (line != 0) (result += "@") += std::to_string(line);
+  if (line > 1) (result += "@") += std::to_string(line);
   return result;
 }
 

@@ -4,6 +4,7 @@
 #include <random>
 #include <string>
 
+#include "buffer_bytes.h"
 #include "gtest/gtest.h"
 
 namespace ruvex {
@@ -26,7 +27,7 @@ TEST(ValueBuffer, HoldsWhatAStringHolds) {
       if (random() % 300 == 0) text.clear(), clearSimpleXmlValueBuffer(buffer);
       const std::string more(random() % 8, static_cast<char>('a' + step % 26));
       ASSERT_EQ(appendStringToSimpleXmlValueBuffer(buffer, more.c_str()), 1);
-      ASSERT_EQ(appendBytesToSimpleXmlValueBuffer(buffer, "\0\xff", 2), 1);
+      ASSERT_TRUE(append_bytes(buffer, {"\0\xff", 2}));
       expect_the_same((text += more + std::string("\0\xff", 2)).size());
       ASSERT_EQ(getInternalSimpleXmlValueBufferContents(buffer), buffer->data);
       expect_the_same(text.size() + 1);

@@ -74,12 +74,13 @@ void* simpleXmlPopUserData(SimpleXmlParser* parser) noexcept;
 void* simpleXmlGetUserData(const SimpleXmlParser* parser) noexcept;
 void* simpleXmlGetUserDataAt(const SimpleXmlParser* parser, std::int32_t level) noexcept;
 
-// What the operations above forward to; the results are theirs, but for parseSimpleXml
-// (elements.h).
+// What the operations above forward to. Their results are the same, except for parseSimpleXml:
+// 1 on success, 0 on failure, with the reason in the parser's `error`. Its parser is not null.
 SimpleXmlParser* createSimpleXmlParser(const char* document, std::int32_t length) noexcept;
 int initializeSimpleXmlParser(SimpleXmlParser* parser, const char* document,
                               std::int32_t length) noexcept;
 void destroySimpleXmlParser(SimpleXmlParser* parser) noexcept;
+int parseSimpleXml(SimpleXmlParser* parser, SimpleXmlTagHandler handler) noexcept;
 const char* getSimpleXmlParseErrorDescription(const SimpleXmlParser* parser) noexcept;
 
 }  // namespace ruvex

@@ -6,10 +6,7 @@
 // a carriage return that is followed by something other than a line feed.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
-#include <cstring>
-#include <string_view>
 
 #include "ruvex/xml/parser_record.h"
 
@@ -42,36 +39,5 @@ int readChar(SimpleXmlParser* parser) noexcept;
 // it).
 int readNextContentToken(SimpleXmlParser* parser) noexcept;
 int readNextTagToken(SimpleXmlParser* parser) noexcept;
-
-// The same without moving text that needs no decoding: `text` becomes the token's text where it
-// stands, in the document if it holds no reference and in the value buffer, which was empty
-// beforehand, if it does. It is valid until the buffer next changes. The position is within the
-// document or at its end.
-int nextContentToken(SimpleXmlParser* parser, std::string_view& text) noexcept;
-int nextTagToken(SimpleXmlParser* parser, std::string_view& text) noexcept;
-
-// Whether a token's text stands in the document.
-inline bool isInDocument(const SimpleXmlParser* parser, std::string_view text) noexcept {
-  return text.data() >= parser->inputData && text.data() <= parser->inputData + parser->inputLength;
-}
-
-// A token's text with a NUL behind it, in the value buffer; null with `error` 2 when memory has run
-// out.
-const char* storeTokenText(SimpleXmlParser* parser, std::string_view text) noexcept;
-
-// The same, quicker for a short text of which `readable` bytes may be read from its start on: it is
-// copied with what follows it there. `readable` is 0 for a text in the value buffer.
-inline const char* terminatedTokenText(SimpleXmlParser* parser, std::string_view text,
-                                       std::size_t readable) noexcept {
-  constexpr std::size_t piece = 32;  // less than the buffer's first size
-  if (text.size() >= piece || readable < piece) return storeTokenText(parser, text);
-  char* const copy = parser->valueBuffer->data;
-  std::memcpy(copy, text.data(), piece);
-  copy[text.size()] = '\0';
-  return copy;
-}
-
-// Brings `lineBreaks` up to the position.
-void countLineBreaks(SimpleXmlParser* parser) noexcept;
 
 }  // namespace ruvex

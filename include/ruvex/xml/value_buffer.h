@@ -5,9 +5,7 @@
 // Invariant: 0 <= length <= size.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <memory>
 
 namespace ruvex {
@@ -46,10 +44,6 @@ int appendCharToSimpleXmlValueBuffer(SimpleXmlValueBuffer* buffer, char characte
 // Appends a NUL-terminated text. On failure the bytes before the one that found no room are
 // appended.
 int appendStringToSimpleXmlValueBuffer(SimpleXmlValueBuffer* buffer, const char* text) noexcept;
-
-// Appends `count` bytes of any value; all of them or none.
-int appendBytesToSimpleXmlValueBuffer(SimpleXmlValueBuffer* buffer, const char* bytes,
-                                      std::size_t count) noexcept;
 
 // Stores a NUL behind the text; it does not count as text.
 int zeroTerminateSimpleXmlValueBuffer(SimpleXmlValueBuffer* buffer) noexcept;
