@@ -212,15 +212,15 @@ token token_reader::read_doctype() noexcept {
 }
 
 token token_reader::read_in_tag() noexcept {
-  const char* const begin = at_;
+  constexpr token tag_end = {"", true};
   if (skip_if_next('>')) {
     parser_->tokenType = TOKEN_TAG_CLOSE;
-    return {{begin, 0}, true};
+    return tag_end;
   }
   if (!skip_if_next('/')) return read_attribute();
   if (!skip_if_next('>')) return no_token(SIMPLE_XML_GREATER_THAN_EXPECTED);
   parser_->tokenType = TOKEN_TAG_END;
-  return {{begin, 0}, true};
+  return tag_end;
 }
 
 bool token_reader::keep_attribute_name(std::string_view name) noexcept {
