@@ -9,7 +9,6 @@
 #include <iterator>
 #include <string>
 #include <string_view>
-#include <thread>
 #include <utility>
 
 #include "cfg/document_text.h"
@@ -211,23 +210,6 @@ TEST(ReadXmlCfg, TakesAsManyRecordsAsACountCounts) {
   EXPECT_TRUE(read(unit(chns)) == "{" + chn_texts + "}");
   EXPECT_EQ(read(doc(units + "\n<unit_cfg/>")), refusal);
   EXPECT_EQ(read(unit(chns + "\n<chn_cfg/>")), refusal);
-}
-
-TEST(ReadXmlCfg, RunsOnSeveralThreadsAndBesideAWrite) {
-  const auto read_often = [](const std::string& document, const char* changes) {
-    for (int round = 0; round < 200; ++round) {
-      const yax_cfg_ptr doc(parse_xml_cfg(document.data(), int(document.size())));
-      EXPECT_EQ(doc == nullptr ? "null" : changes_text(*doc), changes);
-    }
-  };
-  std::thread one(read_often, unit("<chn_cfg name='c'/>"), "{[name='c']}");
-  std::thread other(read_often, doc("<x><y/></x><unit_cfg/><dns1>1</dns1>"), "dns1='1'{}");
-  const yax_cfg_ptr written(make_default_yax_cfg());
-  const temporary_file file;
-  for (int round = 0; round < 200; ++round) write_xml_cfg(written.get(), file.path());
-  one.join();
-  other.join();
-  EXPECT_EQ(read_file(file.path()), changes_text(*written));
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <regex>
 #include <set>
 #include <string>
 #include <vector>
@@ -52,11 +51,10 @@ std::string scaled(const std::string& low, const std::string& high, const std::s
 
 // "LINE:COLUMN RULE" of every finding.
 std::string summary_of(const std::string& messages) {
-  static const std::regex place(
-      "^[^\n]*:([0-9]+:[0-9]+): (?:error|warning): [^\n]*( \\[[^\n]*\\])$", std::regex::multiline);
   std::string found;
-  for (std::sregex_iterator at(messages.begin(), messages.end(), place), end; at != end; ++at) {
-    found += (found.empty() ? "" : "; ") + (*at)[1].str() + (*at)[2].str();
+  for (const auto& groups :
+       matches(messages, "^.*:([0-9]+:[0-9]+): (error|warning): .*( \\[.*\\])$")) {
+    found += (found.empty() ? "" : "; ") + groups[0] + groups[2];
   }
   return found;
 }
@@ -171,11 +169,8 @@ TEST_F(CheckTest, EveryRuleFindsWhatIsWrongWhereItIsAndNothingElse) {
 
 // The names and severities that stand in a text.
 std::set<std::string> rules_in(const std::string& text, const char* form) {
-  const std::regex row(form, std::regex::multiline);
   std::set<std::string> rules;
-  for (std::sregex_iterator at(text.begin(), text.end(), row), end; at != end; ++at) {
-    rules.insert((*at)[1].str() + " " + (*at)[2].str());
-  }
+  for (const auto& groups : matches(text, form)) rules.insert(groups[0] + " " + groups[1]);
   return rules;
 }
 

@@ -328,19 +328,6 @@ TEST_F(Sockets, ReceivingGoesOnAfterASignal) {
   ::wait(nullptr);
 }
 
-TEST_F(Sockets, WorkOnSeveralThreadsAtOnce) {
-  const auto work = [] {
-    for (int round = 0; round < 20; ++round) {
-      const pair ends = connected_pair();
-      EXPECT_EQ(sktSendS(ends.client.get(), "question"), 8);
-      EXPECT_EQ(received(ends.server), "question");
-    }
-  };
-  std::thread one(work), other(work);
-  one.join();
-  other.join();
-}
-
 // Frames over a cable of two virtual ends.
 TEST_F(Sockets, LinkLayerFramesGoOutOnTheirInterface) {
   const own_network network;

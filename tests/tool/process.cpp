@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <linux/capability.h>
+#include <regex.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
@@ -13,7 +14,6 @@
 #include <cstdio>
 #include <fstream>
 #include <iterator>
-#include <regex>
 #include <sstream>
 #include <stdexcept>
 #include <system_error>
@@ -33,12 +33,13 @@ std::string read_all(int descriptor) {
 }
 
 std::string with_fixed_stamp(const std::string& out) {
-  static const std::regex stamp(
-      "^(ruvex : Rev 1\\.0\\.6 : )"
+  constexpr const char* stamp =
+      "^ruvex : Rev 1\\.0\\.6 : "
       "(Jan|Feb|Mar|Apr|May|Jun|Jul|Aug|Sep|Oct|Nov|Dec) ( [1-9]|[12][0-9]|3[01]) [0-9]{4} : "
-      "([01][0-9]|2[0-3]):[0-5][0-9]:[0-5][0-9]\n");
-  return std::regex_replace(out, stamp, "$1Mmm dd yyyy : hh:mm:ss\n",
-                            std::regex_constants::format_first_only);
+      "([01][0-9]|2[0-3]):[0-5][0-9]:[0-5][0-9]$";
+  const std::string first = out.substr(0, banner.size());
+  if (!first.ends_with('\n') || matches(first, stamp).empty()) return out;
+  return std::string(banner) + out.substr(banner.size());
 }
 
 std::vector<std::string> with_emulator(const std::vector<std::string>& command) {
@@ -63,6 +64,24 @@ std::vector<std::string> with_emulator(const std::vector<std::string>& command) 
 std::ostream& operator<<(std::ostream& stream, const outcome& ended) {
   return stream << "status " << ended.status << ", out " << testing::PrintToString(ended.out)
                 << ", err " << testing::PrintToString(ended.err);
+}
+
+std::vector<std::vector<std::string>> matches(const std::string& text, const char* pattern) {
+  regex_t compiled;
+  EXPECT_EQ(::regcomp(&compiled, pattern, REG_EXTENDED | REG_NEWLINE), 0) << pattern;
+  std::vector<std::vector<std::string>> found;
+  std::array<regmatch_t, 8> groups;
+  const char* at = text.c_str();
+  for (int flags = 0; ::regexec(&compiled, at, groups.size(), groups.data(), flags) == 0;) {
+    found.emplace_back();
+    for (std::size_t group = 1; group <= compiled.re_nsub; ++group) {
+      found.back().emplace_back(at + groups[group].rm_so, at + groups[group].rm_eo);
+    }
+    at += groups[0].rm_eo;
+    flags = REG_NOTBOL;
+  }
+  ::regfree(&compiled);
+  return found;
 }
 
 outcome success(std::string_view printed) {

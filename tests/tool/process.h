@@ -66,6 +66,10 @@ std::string point_line(const std::map<std::size_t, std::string>& given = {});
 // `count` such lines, a hundred to a unit; each makes more than a kilobyte of XML.
 std::string many_points(int count);
 
+// The groups of each match of an extended regular expression, whose ^ and $ match in every line.
+// The C library's, since <regex> costs a test several seconds of compilation.
+std::vector<std::vector<std::string>> matches(const std::string& text, const char* pattern);
+
 // The bytes of a file; none when there is no such file.
 std::string content_of(const std::filesystem::path& file);
 

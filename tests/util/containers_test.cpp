@@ -7,7 +7,6 @@
 #include <cstring>
 #include <functional>
 #include <string>
-#include <thread>
 #include <tuple>
 #include <vector>
 
@@ -22,22 +21,6 @@
 
 namespace ruvex {
 namespace {
-
-TEST(Containers, WorkOnSeveralThreadsAtOnce) {
-  const auto work = [](const std::string& text) {
-    const sar_ptr sar(sarNew(8, true));
-    for (int at = 0; at < 500; ++at) {
-      const str_ptr str(strNewS((text + std::to_string(at)).c_str()));
-      EXPECT_EQ(sarAdd(sar.get(), str->text), at);
-      const bar_ptr bytes(base64decodeData("Zm9v"));
-      EXPECT_STREQ(base64_text_ptr(barBase64encode(bytes.get())).get(), "Zm9v");
-    }
-    EXPECT_EQ(sarGet(sar.get(), 499), text + "499");
-  };
-  std::thread one(work, "one"), other(work, "other");
-  one.join();
-  other.join();
-}
 
 TEST(Containers, AreMadeInTheSizesAsked) {
   // clang-format off
