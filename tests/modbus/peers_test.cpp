@@ -1,5 +1,5 @@
-// The codec beside independent implementations: their servers under our master, a client of theirs
-// on our slave, and a protocol analyser on our messages.
+// The codec beside independent implementations: their servers under our master, and a client of
+// theirs on our slave.
 
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
@@ -19,7 +19,6 @@
 #include "ruvex/modbus/request.h"
 #include "ruvex/modbus/slave.h"
 #include "ruvex/modbus/transaction.h"
-#include "support/temporary_file.h"
 #ifdef RUVEX_WITH_LIBMODBUS
 #include <modbus/modbus.h>
 #endif
@@ -169,7 +168,8 @@ class Peers : public testing::TestWithParam<mod_protocol> {
   pid_t peer_ = 0;
 };
 
-INSTANTIATE_TEST_SUITE_P(Lines, Peers, testing::Values(MOD_TCP, MOD_RTU));
+INSTANTIATE_TEST_SUITE_P(Lines, Peers, testing::Values(MOD_TCP, MOD_RTU),
+                         [](const auto& line) { return line.param == MOD_TCP ? "tcp" : "rtu"; });
 
 TEST_P(Peers, PymodbusServesOurMaster) {
   if (!succeeds("/usr/bin/python3 -c 'import pymodbus.server'")) GTEST_SKIP() << "no pymodbus";
@@ -237,42 +237,6 @@ TEST_P(Peers, OurSlaveServesLibmodbus) {
 }
 
 #endif
-
-TEST(Messages, AreReadByTshark) {
-  if (!succeeds("command -v tshark text2pcap")) GTEST_SKIP() << "tshark is not installed";
-  const struct {
-    int fcn, ref, count;
-    const char *data, *request, *response;  // lengths, codes, references, quantities, values
-  } exchanges[] = {
-      {1, 20, 10, "b 01 00 01 01 00 00 01 01 01 00", "6 1 19 10", "5 1 2 1,0,1,1,0,0,1,1,1,0"},
-      {2, 197, 3, "b 01 01 00", "6 2 196 3", "4 2 1 1,1,0"},
-      {3, 108, 2, "r 022B 0064", "6 3 107 2", "7 3 4 555,100"},
-      {4, 9, 1, "r 000A", "6 4 8 1", "5 4 2 10"},
-      {5, 173, 1, "b 01", "6 5 172 ff00", "6 5 172 ff00"},
-      {6, 2, 1, "r 0103", "6 6 1 0103", "6 6 1 0103"},
-      {15, 20, 10, "b 01 00 01 01 00 00 01 01 01 00", "9 15 19 10 2 cd01", "6 15 19 10"},
-      {16, 2, 2, "r 000A 0102", "11 16 1 2 4 10,258", "6 16 1 2"},
-      {3, 1, 33, "b 02", "6 3 0 33", "3 3 2"},  // the slave refuses so many
-  };
-  std::string messages, expected;  // as text2pcap reads them, "O" to the slave and "I" from it
-  for (const auto& row : exchanges) {
-    mod_mex asked = record(row.fcn, row.ref, row.count, data_of(row.data), 0), answer = asked;
-    const byte_list request = built(mod_masterMexToBin, MOD_TCP, asked);
-    if (row.count > 32) read(mod_slaveBinToMex, MOD_TCP, answer, request);
-    const byte_list response = built(mod_slaveMexToBin, MOD_TCP, answer);
-    messages += "O\n000000 " + to_hex(request) + "\nI\n000000 " + to_hex(response) + "\n";
-    expected += std::string(row.request) + "\n" + row.response + "\n";
-  }
-  const temporary_file dumped, capture, fields;
-  const std::string analyse =
-      std::string("text2pcap -q -D -T 502,50000 ") + dumped.filled_with(messages) + " " +
-      capture.path() + " && tshark -T fields -E separator=/s -r " + capture.path() +
-      " -e mbtcp.len -e modbus.func_code -e modbus.reference_num -e modbus.bit_cnt"
-      " -e modbus.word_cnt -e modbus.byte_cnt -e modbus.data -e modbus.regval_uint16"
-      " -e modbus.bitval -e modbus.exception_code -e _ws.malformed | tr -s ' ' | sed 's/.$//' >";
-  ASSERT_EQ(std::system((analyse + fields.path()).c_str()), 0);
-  EXPECT_EQ(fields.content(), expected);
-}
 
 }  // namespace
 }  // namespace ruvex

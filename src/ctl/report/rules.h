@@ -62,7 +62,7 @@ enum class rule : std::uint8_t {
   not_utf_8,
   non_ascii,
 };
-inline constexpr std::size_t rule_count = 45;
+inline constexpr std::size_t rule_count = static_cast<std::size_t>(rule::non_ascii) + 1;
 
 struct rule_row {
   rule id;
