@@ -10,7 +10,7 @@ _PROCESSOR = min(os.sched_getaffinity(0))
 def measure(bench):
     bench.progress("Modbus TCP transactions")
     sources = [path for module in ("modbus", "util")
-               for path in (bench.source / "src" / module).glob("*.cpp")]
+               for path in (bench.source / "src" / module).rglob("*.cpp")]
     program, missing = bench.peer_program("modbus_peers", ["libmodbus"], sources)
     if program is None:
         bench.report.not_measured("Modbus TCP figures", missing)
