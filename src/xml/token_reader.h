@@ -29,12 +29,13 @@ struct token {
 class token_reader {
  public:
   // Reads on at the parser's position. A position outside the document, where a caller may have
-  // skipped to, is brought to the nearest end. The place is the reader's own until it is published.
+  // skipped to, is brought to the nearest end. The place is the reader's own until it is published
+  // or reading fails. Nothing is published later: a handler may have given the parser another
+  // document.
   explicit token_reader(SimpleXmlParser* parser) noexcept
       : parser_(parser),
         at_(parser->inputData + std::clamp(parser->inputPosition, 0, parser->inputLength)),
         end_(parser->inputData + parser->inputLength) {}
-  ~token_reader() { publish(); }
   token_reader(const token_reader&) = delete;
   token_reader& operator=(const token_reader&) = delete;
 
@@ -87,6 +88,7 @@ class token_reader {
   bool append(std::string_view text) noexcept;
 
   bool fail(SimpleXmlError error) noexcept {
+    publish();
     parser_->error = error;
     return false;
   }

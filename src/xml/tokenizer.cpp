@@ -9,13 +9,14 @@
 namespace ruvex {
 namespace {
 
-constexpr int as_result(bool done) noexcept {
+int finish(const token_reader& reader, bool done) noexcept {
+  reader.publish();
   return done ? 1 : 0;
 }
 
-// A published reader leaves the text of its token in the value buffer.
-int keep(token_reader& reader, const token& token) noexcept {
-  return as_result(token && (!token.in_document || reader.append(token.text)));
+// Leaves the text of the token in the value buffer.
+int finish(token_reader& reader, const token& token) noexcept {
+  return finish(reader, token && (!token.in_document || reader.append(token.text)));
 }
 
 }  // namespace
@@ -43,17 +44,20 @@ void skipInputChars(SimpleXmlParser* parser, std::int32_t count) noexcept {
 }
 
 std::uint8_t readInputChar(SimpleXmlParser* parser) noexcept {
+  // A reader would bring the position back to the end.
   if (parser->inputPosition < 0 || parser->inputPosition > parser->inputLength) {
     parser->error = SIMPLE_XML_UNEXPECTED_END;
     return 0;
   }
+  token_reader reader(parser);
   char byte = '\0';
-  token_reader(parser).read_byte(byte);
+  finish(reader, reader.read_byte(byte));
   return static_cast<std::uint8_t>(byte);
 }
 
 int skipWhitespace(SimpleXmlParser* parser) noexcept {
-  return as_result(token_reader(parser).skip_white_space());
+  token_reader reader(parser);
+  return finish(reader, reader.skip_white_space());
 }
 
 int addNextTokenCharValue(SimpleXmlParser* parser, char character) noexcept {
@@ -69,17 +73,18 @@ int addNextTokenStringValue(SimpleXmlParser* parser, const char* text) noexcept 
 }
 
 int readChar(SimpleXmlParser* parser) noexcept {
-  return as_result(token_reader(parser).read_character());
+  token_reader reader(parser);
+  return finish(reader, reader.read_character());
 }
 
 int readNextContentToken(SimpleXmlParser* parser) noexcept {
   token_reader reader(parser);
-  return keep(reader, reader.read_content_or_markup());
+  return finish(reader, reader.read_content_or_markup());
 }
 
 int readNextTagToken(SimpleXmlParser* parser) noexcept {
   token_reader reader(parser);
-  return keep(reader, reader.read_in_tag());
+  return finish(reader, reader.read_in_tag());
 }
 
 }  // namespace ruvex

@@ -162,6 +162,19 @@ TEST(Parser, InitialisesAfreshAfterEveryDocument) {
   }
 }
 
+SimpleXmlTagHandler start_over(SimpleXmlParser* parser, std::int32_t, const char*, const char*,
+                               const char*) {
+  simpleXmlInitializeParser(parser, sample.data(), static_cast<std::int32_t>(sample.size()));
+  return nullptr;
+}
+
+// That ends the parse; the document given then is parsed whole.
+TEST(Parser, MayBeInitialisedByAHandler) {
+  const xml_parser_ptr parser = parser_over("<a>t</a>");
+  EXPECT_EQ(simpleXmlParse(parser.get(), start_over), SIMPLE_XML_NOT_STARTED);
+  EXPECT_EQ(recorder({}).parse(parser.get()), parse(sample));
+}
+
 TEST(Parser, StacksUserData) {
   const xml_parser_ptr owned = parser_over(sample);
   SimpleXmlParser* const parser = owned.get();
