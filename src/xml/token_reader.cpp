@@ -151,7 +151,7 @@ token token_reader::read_content_or_markup() noexcept {
 }
 
 token token_reader::read_markup() noexcept {
-  switch (end_ - at_ > 1 ? at_[1] : '\0') {
+  switch (mark()) {
     case '/':
       return read_end_tag();
     case '?':
