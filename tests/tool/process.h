@@ -67,7 +67,7 @@ std::string point_line(const std::map<std::size_t, std::string>& given = {});
 std::string many_points(int count);
 
 // The groups of each match of an extended regular expression, whose ^ and $ match in every line.
-// The C library's, since <regex> costs a test several seconds of compilation.
+// The C library's, since <regex> costs a source almost three seconds of compilation.
 std::vector<std::vector<std::string>> matches(const std::string& text, const char* pattern);
 
 // The bytes of a file; none when there is no such file.
