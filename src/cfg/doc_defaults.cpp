@@ -100,8 +100,8 @@ next_numbers count_on(const yax_cfg& doc) noexcept {
     }
   }
   // decimal_prefix gives at most the largest number of 64 bits, which has no successor.
-  constexpr std::int64_t end = std::numeric_limits<std::int64_t>::max() - 1;
-  return {std::min(largest.address, end) + 1, std::min(largest.instance, end) + 1};
+  constexpr std::int64_t last = std::numeric_limits<std::int64_t>::max() - 1;
+  return {std::min(largest.address, last) + 1, std::min(largest.instance, last) + 1};
 }
 
 // False when memory has run out, and before the first channel when an instance would not fit its 32

@@ -9,7 +9,7 @@
 namespace ruvex {
 namespace {
 
-constexpr std::uint16_t step = 256;
+constexpr std::uint16_t sar_step = 256;
 constexpr std::size_t offset_size = sizeof(std::uint16_t);
 
 std::uint16_t get_offset(const Sar& sar, std::size_t i) noexcept {
@@ -58,8 +58,8 @@ Sar* sarNew(std::int32_t n, bool unique) noexcept {
   sar_ptr sar(new_record<Sar>());
   if (sar == nullptr) return nullptr;
   sar->unique = unique ? 1 : 0;
-  sar->size = n == 0 ? step : static_cast<std::uint16_t>(n);
-  sar->grow = step;
+  sar->size = n == 0 ? sar_step : static_cast<std::uint16_t>(n);
+  sar->grow = sar_step;
   return resize_block(sar->block, sar->size) ? sar.release() : nullptr;
 }
 

@@ -8,7 +8,7 @@
 namespace ruvex {
 namespace {
 
-constexpr int permissions = 0644;
+constexpr int set_permissions = 0644;
 constexpr std::int32_t none = -1;
 
 // The last argument of semctl, which its caller has to declare.
@@ -55,7 +55,7 @@ std::int32_t sem_num = 0;
 std::int32_t sem_num_max = 0;
 
 std::int32_t SemCreateSet(std::int32_t count) noexcept {
-  sem_id = semget(IPC_PRIVATE, count, IPC_CREAT | IPC_EXCL | permissions);
+  sem_id = semget(IPC_PRIVATE, count, IPC_CREAT | IPC_EXCL | set_permissions);
   if (sem_id == none) {
     std::perror("semget");
     return -1;

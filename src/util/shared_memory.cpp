@@ -13,7 +13,7 @@
 namespace ruvex {
 namespace {
 
-constexpr mode_t permissions = 0644;
+constexpr mode_t segment_permissions = 0644;
 
 off_t size_of(int fd) {
   struct stat object = {};
@@ -69,7 +69,7 @@ void* size_and_map(int fd, off_t size) {
 
 void* ShmOpen(const char* name, std::size_t size) noexcept {
   shm_unlink(name);
-  const int fd = shm_open(name, O_RDWR | O_CREAT, permissions);
+  const int fd = shm_open(name, O_RDWR | O_CREAT, segment_permissions);
   if (fd < 0) {
     std::perror("shm_open");
     return nullptr;
@@ -88,7 +88,7 @@ void* ShmOpen(const char* name, std::size_t size) noexcept {
 }
 
 void* ShmAttach(const char* name) noexcept {
-  const int fd = shm_open(name, O_RDWR, permissions);
+  const int fd = shm_open(name, O_RDWR, segment_permissions);
   if (fd < 0) return nullptr;
   void* const start = map(fd, size_of(fd));
   close(fd);

@@ -9,11 +9,11 @@
 namespace ruvex {
 namespace {
 
-constexpr std::size_t step = 16;
+constexpr std::size_t str_step = 16;
 
 bool make_room(Str& str, std::size_t length) noexcept {
   if (length < static_cast<std::size_t>(str.size)) return true;
-  const std::size_t size = (length + 1) / step * step + step;
+  const std::size_t size = (length + 1) / str_step * str_step + str_step;
   if (size > INT16_MAX || !resize_block(str.text, size)) return false;
   str.size = static_cast<std::int16_t>(size);
   return true;

@@ -8,7 +8,7 @@
 namespace ruvex {
 namespace {
 
-constexpr std::size_t step = 16;
+constexpr std::size_t vec_step = 16;
 
 bool set_size(Vec& vec, std::size_t size) noexcept {
   if (size > UINT16_MAX || !resize_block(vec.items, size * sizeof *vec.items)) return false;
@@ -21,7 +21,7 @@ bool set_size(Vec& vec, std::size_t size) noexcept {
 Vec* vecNew(std::int32_t n) noexcept {
   if (n < 0) return nullptr;
   vec_ptr vec(new_record<Vec>());
-  const std::size_t size = n == 0 ? step : static_cast<std::size_t>(n);
+  const std::size_t size = n == 0 ? vec_step : static_cast<std::size_t>(n);
   return vec == nullptr || !set_size(*vec, size) ? nullptr : vec.release();
 }
 
@@ -32,7 +32,7 @@ void vecDelete(Vec* vec) noexcept {
 }
 
 std::int32_t vecAdd(Vec* vec, std::int32_t value) noexcept {
-  if (vec->count == vec->size && !set_size(*vec, vec->size + step)) return -1;
+  if (vec->count == vec->size && !set_size(*vec, vec->size + vec_step)) return -1;
   vec->items[vec->count] = value;
   return vec->count++;
 }

@@ -18,7 +18,7 @@
 namespace ruvex {
 namespace {
 
-constexpr choice<finding_format> formats[] = {
+constexpr choice<finding_format> finding_formats[] = {
     {"text", finding_format::text},
     {"json", finding_format::json},
 };
@@ -34,10 +34,10 @@ bool ignore_rules(finding_settings& settings, std::string_view names) {
   return true;
 }
 
-constexpr option_row<finding_settings> options[] = {
+constexpr option_row<finding_settings> check_options[] = {
     {"format", true,
      [](finding_settings& settings, std::string_view argument) {
-       return choose(formats, argument, settings.format);
+       return choose(finding_formats, argument, settings.format);
      }},
     {"werror", false,
      [](finding_settings& settings, std::string_view) {
@@ -81,7 +81,7 @@ void print_summary(const finding_report& report, std::size_t files, std::int64_t
 
 int run_check(int argc, char** argv) {
   finding_settings settings;
-  if (const auto status = read_options(check_command, argc, argv, options, settings))
+  if (const auto status = read_options(check_command, argc, argv, check_options, settings))
     return *status;
   const std::span<char*> paths = operands(argc, argv);
   if (paths.empty()) return complain_of_use(check_command, "a file is needed");

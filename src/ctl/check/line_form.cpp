@@ -130,7 +130,7 @@ bool check_start(line_findings& findings) {
         "use ruvexctl tidy");
     return true;
   }
-  if (line.starts_with(byte_order_mark)) {
+  if (line.starts_with(utf_8_mark)) {
     findings.add(rule::byte_order_mark, 1,
                  "the file begins with a byte-order mark, which becomes part of the first field");
   }

@@ -218,7 +218,7 @@ struct diff_settings {
   bool is_quiet = false;
 };
 
-constexpr option_row<diff_settings> options[] = {
+constexpr option_row<diff_settings> diff_options[] = {
     {"quiet", false,
      [](diff_settings& settings, std::string_view) { return settings.is_quiet = true; }},
 };
@@ -237,7 +237,7 @@ bool print_differences(const loaded_file& a, const loaded_file& b, const diff_se
 
 int run_diff(int argc, char** argv) {
   diff_settings settings;
-  if (const auto status = read_options(diff_command, argc, argv, options, settings)) {
+  if (const auto status = read_options(diff_command, argc, argv, diff_options, settings)) {
     return *status;
   }
   const auto files = operands(argc, argv);

@@ -32,7 +32,7 @@ std::string_view from(std::string_view text, std::size_t at) noexcept {
 }
 
 std::string_view behind_mark(std::string_view text) noexcept {
-  return text.starts_with(byte_order_mark) ? from(text, byte_order_mark.size()) : text;
+  return text.starts_with(utf_8_mark) ? from(text, utf_8_mark.size()) : text;
 }
 
 // The text behind its white space, comments and processing instructions.

@@ -236,7 +236,7 @@ void print_points(const yax_cfg& doc, output& out) {
 
 using print_function = void (*)(const yax_cfg&, output&);
 
-constexpr choice<print_function> formats[] = {
+constexpr choice<print_function> show_formats[] = {
     {"table", print_points<table_format>},
     {"csv", print_points<csv_format>},
     {"json", print_points<json_format>},
@@ -247,16 +247,16 @@ struct show_settings {
   print_function print = print_points<table_format>;
 };
 
-constexpr option_row<show_settings> options[] = {
+constexpr option_row<show_settings> show_options[] = {
     {"format", true,
      [](show_settings& settings, std::string_view argument) {
-       return choose(formats, argument, settings.print);
+       return choose(show_formats, argument, settings.print);
      }},
 };
 
 int run_show(int argc, char** argv) {
   show_settings settings;
-  if (const auto status = read_options(show_command, argc, argv, options, settings)) {
+  if (const auto status = read_options(show_command, argc, argv, show_options, settings)) {
     return *status;
   }
   const auto files = operands(argc, argv);

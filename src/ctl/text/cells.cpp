@@ -9,7 +9,7 @@ namespace ruvex {
 namespace {
 
 // The last one is U+FEFF: where two byte-order marks stand, the second is read as a blank.
-constexpr std::string_view blanks[] = {" ", "\t", "\xC2\xA0", byte_order_mark};
+constexpr std::string_view blanks[] = {" ", "\t", "\xC2\xA0", utf_8_mark};
 
 // The length of a blank at the start of a text; 0 when there is none.
 std::size_t blank_at_start(std::string_view text) noexcept {

@@ -3,10 +3,6 @@
 namespace ruvex {
 namespace {
 
-constexpr unsigned char byte_at(std::string_view text, std::size_t at) noexcept {
-  return static_cast<unsigned char>(text[at]);
-}
-
 // Lead bytes of UTF-8 with the bounds of the byte behind them, which keep out overlong forms,
 // surrogates and what lies beyond U+10FFFF.
 struct lead_row {
@@ -69,7 +65,7 @@ std::size_t utf_8_length(std::string_view text) noexcept {
 }
 
 character_form form_at(std::string_view bytes) noexcept {
-  const unsigned char first = byte_at(bytes, 0);
+  const unsigned first = byte_at(bytes, 0);
   if (first < 0x80) return {1, first >= 0x20 && first != 0x7F};
   const std::size_t length = utf_8_length(bytes);
   if (length == 0) return {1, false};

@@ -8,7 +8,12 @@
 namespace ruvex {
 
 // What a file in UTF-8 may begin with.
-inline constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
+inline constexpr std::string_view utf_8_mark = "\xEF\xBB\xBF";
+
+// A byte as the number it stands for, 0 to 255.
+constexpr unsigned byte_at(std::string_view text, std::size_t at) noexcept {
+  return static_cast<unsigned char>(text[at]);
+}
 
 // The length of the character at the start of a text that is not empty, 1 to 4 bytes; 0 when what
 // stands there is none.

@@ -14,10 +14,6 @@ namespace {
 constexpr std::string_view little_endian_mark = "\xFF\xFE";
 constexpr std::string_view big_endian_mark = "\xFE\xFF";
 
-unsigned byte_at(std::string_view text, std::size_t at) noexcept {
-  return static_cast<unsigned char>(text[at]);
-}
-
 // The place behind `text`.
 text_place place_behind(std::string_view text) noexcept {
   text_place place = {1, 1};
@@ -61,7 +57,7 @@ void append_character(std::string& text, std::uint32_t code) {
 }
 
 decoded_text decode_utf8(std::string&& content) {
-  if (content.starts_with(byte_order_mark)) content.erase(0, byte_order_mark.size());
+  if (content.starts_with(utf_8_mark)) content.erase(0, utf_8_mark.size());
   const std::size_t valid = valid_length(content);
   const bool is_valid = valid == content.size();
   content.resize(valid);
@@ -146,7 +142,7 @@ nul_places find_nuls(std::string_view content) noexcept {
 }
 
 decoded_text decode_automatically(std::string&& content) {
-  if (content.starts_with(byte_order_mark)) return decode_utf8(std::move(content));
+  if (content.starts_with(utf_8_mark)) return decode_utf8(std::move(content));
   if (content.starts_with(little_endian_mark) || content.starts_with(big_endian_mark)) {
     return decode_utf16(content);
   }
