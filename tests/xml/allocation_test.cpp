@@ -12,10 +12,10 @@ namespace {
 
 int events = 0;
 
-SimpleXmlTagHandler count_event(SimpleXmlParser*, std::int32_t, const char*, const char*,
-                                const char*) {
+SimpleXmlTagHandler count_one(SimpleXmlParser*, std::int32_t, const char*, const char*,
+                              const char*) {
   ++events;
-  return count_event;
+  return count_one;
 }
 
 constexpr std::int32_t no_parser = -1;
@@ -33,7 +33,7 @@ std::int32_t run(const std::string& document, int failing) {
   for (int count = 0; pushed && count < 20; ++count) {
     pushed = simpleXmlPushUserData(parser.get(), &events) == 1;
   }
-  if (pushed) result = simpleXmlParse(parser.get(), count_event);
+  if (pushed) result = simpleXmlParse(parser.get(), count_one);
   if (result == SIMPLE_XML_OUT_OF_MEMORY) {
     simpleXmlInitializeParser(parser.get(), document.data(), length);
     EXPECT_EQ(simpleXmlParse(parser.get(), simpleXmlNopHandler), SIMPLE_XML_NO_ERROR);

@@ -10,7 +10,7 @@
 namespace ruvex {
 namespace {
 
-constexpr std::int32_t largest = std::numeric_limits<std::int32_t>::max();
+constexpr std::int32_t longest = std::numeric_limits<std::int32_t>::max();
 
 // A parser in the middle of its work, over a document in an exact block.
 class cursor {
@@ -36,8 +36,8 @@ TEST(Tokenizer, PeeksInsideTheDocumentOnly) {
     std::int32_t position, offset;
     int byte;
   } rows[] = {{1, -2, 0}, {1, -1, 'a'},    {1, 0, 255},      {1, 2, 'c'},
-              {1, 3, 0},  {1, largest, 0}, {largest, -1, 0}, {5, -2, 'c'},
-              {4, 0, 0},  {-1, 0, 0},      {-1, 1, 'a'},     {-largest, -9, 0}};
+              {1, 3, 0},  {1, longest, 0}, {longest, -1, 0}, {5, -2, 'c'},
+              {4, 0, 0},  {-1, 0, 0},      {-1, 1, 'a'},     {-longest, -9, 0}};
   for (const auto& [position, offset, byte] : rows) {
     const cursor at("a\xff\0c"sv, position);
     EXPECT_EQ(peekInputCharAt(at.get(), offset), byte) << position << " and " << offset;
@@ -57,9 +57,9 @@ TEST(Tokenizer, CountsLineBreaksAsItSkips) {
     EXPECT_EQ(at->inputPosition, skipped < 0 ? 0 : skipped) << "also beyond the end";
   }
   const cursor far(document);
-  skipInputChars(far.get(), largest);
-  skipInputChars(far.get(), largest);
-  EXPECT_EQ(far->inputPosition, largest);
+  skipInputChars(far.get(), longest);
+  skipInputChars(far.get(), longest);
+  EXPECT_EQ(far->inputPosition, longest);
   EXPECT_EQ(readInputChar(far.get()), 0);
   EXPECT_EQ(far->error, SIMPLE_XML_UNEXPECTED_END);
 }
@@ -97,7 +97,7 @@ TEST(Tokenizer, ReadsOneToken) {
     EXPECT_EQ(at.text(), (kind == TOKEN_ATTRIBUTE ? "" : "+") + std::string(text));
     EXPECT_EQ(at->inputPosition, position) << printable(document);
     EXPECT_STREQ(at->attributeName, kind == TOKEN_ATTRIBUTE ? "b" : nullptr);
-    for (const auto behind : {static_cast<std::int32_t>(document.size()), largest}) {
+    for (const auto behind : {static_cast<std::int32_t>(document.size()), longest}) {
       const cursor beyond(document, behind);
       EXPECT_EQ(reader(beyond.get()), 0) << printable(document);
       EXPECT_EQ(beyond->error, SIMPLE_XML_UNEXPECTED_END) << "nothing is left";
