@@ -7,66 +7,66 @@
 #include <random>
 #include <string>
 #include <string_view>
+#include <utility>
 
+#include "cfg/document_text.h"
 #include "ruvex/cfg/defaults.h"
 #include "ruvex/cfg/doc_defaults.h"
 #include "ruvex/cfg/edit.h"
 #include "ruvex/cfg/fields.h"
+#include "ruvex/cfg/tables.h"
 #include "ruvex/cfg/xml_reader.h"
 #include "support/temporary_file.h"
 
 namespace ruvex {
 namespace {
 
-// The document, written the plain way: what the writer's prepared runs must come to.
-std::string line(unsigned level, const std::string& content) {
-  return std::string(std::min(level, max_tabs), '\t') + content + "\r\n";
-}
-template <class Record, class Rows>
-std::string start(unsigned level, std::string tag, const Record& record, const Rows& rows,
-                  bool is_tcp = false) {
-  for (const auto& row : rows) {
-    if (row.use == field_use::read_only || (row.use == field_use::tcp_only && !is_tcp)) continue;
-    tag += std::string(" ").append(tag_text(row.tag)) + "=\"" +
-           std::string(row.view(record).view()) + '"';
+// The lines of a text of the writer's as they are `level` levels deeper.
+std::string deeper(const std::string& text, unsigned level) {
+  std::string result;
+  for (std::size_t at = 0, next; at < text.size(); at = next) {
+    next = std::min(text.find('\n', at), text.size() - 1) + 1;
+    const std::size_t content = text.find_first_not_of('\t', at);
+    result.append(std::min<std::size_t>(content - at + level, max_tabs), '\t');
+    result.append(text, content, next - content);
   }
-  return line(level, "<" + tag + ">");
-}
-template <class Record, class Rows>
-std::string elements(unsigned level, const Record& record, const Rows& rows) {
-  std::string text;
-  for (const auto& row : rows) {
-    const std::string name = tag_text(row.tag), value(row.view(record).view());
-    if (row.use == field_use::written)
-      text += line(level, "<" + name + ">" + value + "</" + name + ">");
-  }
-  return text;
-}
-std::string unit_text(unsigned level, const unit_cfg& unit, int limit) {
-  std::string text = start(level, "unit_cfg", unit, unit_attributes, unit.type == "MODBUS_TCP");
-  for (const chn_cfg* chn = unit.chn_list; chn != nullptr && limit-- > 0; chn = chn->next) {
-    text += start(level + 1, "chn_cfg", *chn, chn_attributes);
-    text += elements(level + 2, *chn, chn_elements) + line(level + 1, "</chn_cfg>");
-  }
-  return text + line(level, "</unit_cfg>");
-}
-std::string whole_text(const yax_cfg& doc) {
-  std::string text = "<?xml version=\"1.0\"?>\r\n" + start(1, "yax_cfg", doc, doc_attributes);
-  text += elements(2, doc, doc_elements);
-  for (const unit_cfg* unit = doc.unit_list; unit != nullptr; unit = unit->next) {
-    if (unit->type == "MODBUS" || unit->type == "MODBUS_TCP") continue;
-    text +=
-        unit_text(2, *unit, unit->type == "VIRTUAL" && unit->address == "9" ? 1 : max_list_count);
-  }
-  return text + "</yax_cfg>\r\n";
+  return result;
 }
 
-// A document with texts of these characters, none shorter than `shortest`. Now and then a unit
-// takes more than a block of the writer's; one has no channels.
-yax_cfg_ptr random_document(std::mt19937& random, std::string_view characters, unsigned shortest) {
+// factory.xml has every default in it, a text with what is not escaped, and what of a document is
+// written: no unit of the first two types, and of the unit 9 of virtual points no second channel.
+TEST(XmlWriter, WritesTheFactoryDocument) {
+  const yax_cfg_ptr doc(make_default_yax_cfg());
+  doc->gateway = "<&>\"'\x80";
+  add_chn_cfg(get_unit_ptr(doc.get(), 2), 0, 1, chn_type::input_mcd_hreg, 1);
+  unit_cfg* unit = nullptr;
+  for (const auto& [type, address] : {std::pair("MODBUS", "5"),
+                                      {"MODBUS_TCP", "6"},
+                                      {"modbus", "7"},
+                                      {"YAX_TYPE1", "9"},
+                                      {"VIRTUAL", "09"}}) {
+    unit = add_unit_cfg(doc.get(), doc->unit_count - 1, 0);
+    ASSERT_TRUE(unit->type.assign(type) && unit->ip_address.assign("10.0.0.1") &&
+                unit->address.assign(address));
+    for (const int index : {1, 0}) add_chn_cfg(unit, 0, index, chn_type::input_mcd_hreg, index);
+  }
+  for (const auto& [type, index] :
+       {std::pair(3, 3), {3, INT32_MAX}, {19, 0}, {10, 2}, {11, 0}, {20, 0}, {21, 4}}) {
+    add_chn_cfg(unit, unit->chn_count - 1, index, type, index);
+  }
+  const temporary_file file;
+  EXPECT_EQ(write_xml_cfg(doc.get(), file.path()), 0);
+  EXPECT_EQ(file.content(), content_of(RUVEX_FACTORY));
+  EXPECT_EQ(cur_tab, 2U);
+}
+
+// A document with a text of these characters in all that is written. Now and then a unit takes more
+// than a block of the writer's; one has no channels.
+yax_cfg_ptr random_document(std::mt19937& random, std::string_view characters) {
   const auto fill = [&](auto& record, const auto& rows) {
     for (const auto& row : rows) {
-      std::string text(shortest + random() % (row.view(record).capacity() - shortest), ' ');
+      if (row.use != field_use::written) continue;
+      std::string text(1 + random() % (row.view(record).capacity() - 1), ' ');
       for (char& character : text) character = characters[random() % characters.size()];
       row.ref(record).assign(text);
     }
@@ -78,12 +78,8 @@ yax_cfg_ptr random_document(std::mt19937& random, std::string_view characters, u
   }
   fill(*doc, doc_attributes);
   fill(*doc, doc_elements);
-  constexpr const char* types[] = {"MODBUS", "MODBUS_TCP", "YAX_TYPE1", "VIRTUAL", "modbus", ""};
-  constexpr const char* addresses[] = {"9", "9", "09", "19"};
   for (unit_cfg* unit = doc->unit_list; unit != nullptr; unit = unit->next) {
     fill(*unit, unit_attributes);
-    unit->type.ref().assign(types[random() % 6]);
-    unit->address.ref().assign(addresses[random() % 4]);
     for (chn_cfg* chn = unit->chn_list; chn != nullptr; chn = chn->next) {
       fill(*chn, chn_attributes);
       fill(*chn, chn_elements);
@@ -92,32 +88,32 @@ yax_cfg_ptr random_document(std::mt19937& random, std::string_view characters, u
   return doc;
 }
 
-// At levels at which the runs are short, at which they outgrow a piece, and beyond the deepest. Of
-// every second document the texts leave the format intact, and it is read back.
-TEST(XmlWriter, WritesAnyDocumentAsThePlainWayDoesAndItIsReadBack) {
+// At levels at which the prepared runs are short, at which they outgrow a piece, and beyond the
+// deepest. Texts of every second document have line ends.
+TEST(XmlWriter, WhatIsWrittenIsReadBackAtAnyLevel) {
   constexpr unsigned levels[] = {0, 1, 9, 10, 11, 12, 40, 124, 125, 126, 300};
   std::mt19937 random(20260302);
   const temporary_file file;
   for (int count = 0; count < 110; ++count) {
-    const bool is_read = count % 2 != 0;
-    const yax_cfg_ptr doc = is_read
-                                ? random_document(random, "aZ09 .-_/:;>'\t\r\n\x01\x7f\x80\xff", 1)
-                                : random_document(random, "aZ09 .-_/<&\"'\t\r\n\x80\xff", 0);
-    const unsigned level = cur_tab = levels[count % 11];
-    std::string units;
-    for (const unit_cfg* unit = doc->unit_list; unit != nullptr; unit = unit->next) {
-      units += unit_text(level + 1, *unit, max_list_count);
-    }
-    ASSERT_EQ(write_xml_unit_cfg(doc->unit_list, file.path()), 0);
-    EXPECT_EQ(cur_tab, level + 1);
-    ASSERT_EQ(file.content(), units) << "level " << level;
+    const std::string_view characters = "aZ09 .-_/:;>'\t\x01\x7f\x80\xff\r\n";
+    const yax_cfg_ptr doc = random_document(random, characters.substr(0, 17 + count % 2 * 2));
     ASSERT_EQ(write_xml_cfg(doc.get(), file.path()), 0);
-    EXPECT_EQ(cur_tab, 2U);
-    ASSERT_EQ(file.content(), whole_text(*doc));
-    if (!is_read) continue;
-    const yax_cfg_ptr back(read_xml_cfg(file.path()));
+    yax_cfg_ptr back(read_xml_cfg(file.path()));
     ASSERT_NE(back, nullptr);
-    ASSERT_EQ(whole_text(*back), file.content());
+    ASSERT_EQ(document_text(*back), document_text(*doc));
+
+    unit_cfg& first = *doc->unit_list;
+    ASSERT_TRUE(first.type.assign("MODBUS_TCP") && first.ip_address.assign("10.0.0.9"));
+    cur_tab = 0;
+    ASSERT_EQ(write_xml_unit_cfg(&first, file.path()), 0);
+    const std::string units = file.content(), whole = "<yax_cfg>" + units + "</yax_cfg>";
+    back.reset(parse_xml_cfg(whole.data(), static_cast<int>(whole.size())));
+    ASSERT_NE(back, nullptr);
+    ASSERT_TRUE(document_text(*doc).ends_with(changes_text(*back)));
+    const unsigned level = cur_tab = levels[count / 2 % 11];
+    ASSERT_EQ(write_xml_unit_cfg(&first, file.path()), 0);
+    EXPECT_EQ(cur_tab, level + 1);
+    EXPECT_TRUE(count % 2 != 0 || file.content() == deeper(units, level)) << "level " << level;
   }
 }
 
@@ -157,7 +153,7 @@ TEST(XmlWriter, PrintsSingleTags) {
       cur_tab = 2;
       const bool is_line = id == 72 && mode >= print_start && mode <= print_element;
       EXPECT_EQ(printed([&](std::FILE* to) { print_tag(to, id, mode, "text"); }),
-                is_line ? line(2, lines[mode - print_start]) : "");
+                is_line ? "\t\t" + lines[mode - print_start] + "\r\n" : "");
       EXPECT_EQ(cur_tab, mode == print_reset ? 0U : 2U);
     }
   }
@@ -167,10 +163,13 @@ TEST(XmlWriter, PrintsSingleTags) {
 TEST(XmlWriter, PrintsTheDataOfAChannelAlone) {
   chn_cfg chn = {};
   init_chn_cfg(&chn, 0, 12, 1);
-  for (const unsigned level : {0U, 3U, 60U, 127U, 128U}) {
+  cur_tab = 0;
+  const auto print = [&chn](std::FILE* to) { print_chn_data(to, &chn); };
+  const std::string data = printed(print);
+  EXPECT_NE(content_of(RUVEX_FACTORY).find("\">\r\n" + deeper(data, 4)), std::string::npos) << data;
+  for (const unsigned level : {3U, 60U, 127U, 128U}) {
     cur_tab = level;
-    EXPECT_EQ(printed([&chn](std::FILE* to) { print_chn_data(to, &chn); }),
-              elements(level, chn, chn_elements));
+    EXPECT_EQ(printed(print), deeper(data, level));
     char buffer[max_tabs + 1];
     EXPECT_EQ(tab_str(buffer), std::string(std::min(level, max_tabs), '\t'));
   }

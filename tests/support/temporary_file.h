@@ -12,6 +12,12 @@
 
 namespace ruvex {
 
+// The bytes of a file; none when there is no such file.
+inline std::string content_of(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
 // A file with a name of its own, which goes with the object.
 class temporary_file {
  public:
@@ -29,10 +35,7 @@ class temporary_file {
     std::ofstream(path_, std::ios::binary) << content;
     return path();
   }
-  std::string content() const {
-    std::ifstream file(path_, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
+  std::string content() const { return content_of(path_); }
 
  private:
   std::string path_;

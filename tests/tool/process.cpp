@@ -13,7 +13,6 @@
 #include <csignal>
 #include <cstdio>
 #include <fstream>
-#include <iterator>
 #include <sstream>
 #include <stdexcept>
 #include <system_error>
@@ -156,11 +155,6 @@ std::string many_points(int count) {
     mapping += point_line({{3, std::to_string(1 + point / 100)}, {7, std::to_string(point)}});
   }
   return mapping;
-}
-
-std::string content_of(const std::filesystem::path& file) {
-  std::ifstream stream(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), {}};
 }
 
 ToolTest::ToolTest() {

@@ -13,6 +13,8 @@
 #include <string_view>
 #include <vector>
 
+#include "support/temporary_file.h"
+
 namespace ruvex {
 
 // How a process ended and what it printed.
@@ -69,9 +71,6 @@ std::string many_points(int count);
 // The groups of each match of an extended regular expression, whose ^ and $ match in every line.
 // The C library's, since <regex> costs a source almost three seconds of compilation.
 std::vector<std::vector<std::string>> matches(const std::string& text, const char* pattern);
-
-// The bytes of a file; none when there is no such file.
-std::string content_of(const std::filesystem::path& file);
 
 // A test in a folder of its own.
 class ToolTest : public testing::Test {

@@ -5,11 +5,11 @@
 // listed in conformance_differences.txt with what each said and why.
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <map>
 #include <sstream>
 
 #include "gtest/gtest.h"
+#include "support/temporary_file.h"
 #include "xml/events_beside_expat.h"
 
 namespace ruvex {
@@ -23,9 +23,8 @@ std::map<std::string, std::string> files() {
   if (!fs::is_directory(RUVEX_CONFORMANCE)) return found;
   for (const auto& entry : fs::recursive_directory_iterator(RUVEX_CONFORMANCE)) {
     if (!entry.is_regular_file()) continue;
-    std::ifstream file(entry.path(), std::ios::binary);
-    found[entry.path().lexically_relative(RUVEX_CONFORMANCE).generic_string()] = {
-        std::istreambuf_iterator<char>(file), {}};
+    found[entry.path().lexically_relative(RUVEX_CONFORMANCE).generic_string()] =
+        content_of(entry.path());
   }
   return found;
 }

@@ -18,33 +18,25 @@ struct common_outcome {
   int error = 0;
   std::vector<std::string> events = {};
 
-  void add(std::string_view kind, std::string_view text) {
+  void add(const std::string& kind, std::string text) {
     const bool joins = kind == "content " && !events.empty() && events.back().starts_with(kind);
-    if (!joins) events.emplace_back(kind);
-    std::string line = printable(text);
-    for (std::size_t at; (at = line.find("\\x0a")) != line.npos;) line.replace(at, 4, " ");
-    events.back() += line;
+    if (!joins) events.push_back(kind);
+    for (std::size_t at; (at = text.find("\\x0a")) != text.npos;) text.replace(at, 4, " ");
+    events.back() += text;
   }
 };
 
-inline SimpleXmlTagHandler add_common_event(SimpleXmlParser* parser, std::int32_t event,
-                                            const char* name, const char* attribute,
-                                            const char* value) {
-  static constexpr std::string_view kinds[] = {"end ", "attr ", "", "content ", "start "};
-  if (event == SIMPLE_XML_EVENT_ATTRIBUTES_END) return nullptr;
-  const std::string start = attribute != nullptr ? std::string(attribute) + "=" : "";
-  static_cast<common_outcome*>(simpleXmlGetUserData(parser))
-      ->add(kinds[event], start + (value != nullptr ? value : name));
-  return add_common_event;
-}
-
+// A recorded event is "HANDLER KIND NAME" and, for some kinds, " TEXT". A name that expat takes has
+// no blanks.
 inline common_outcome parse_commonly(std::string_view document) {
-  const exact_block block(document);
-  const xml_parser_ptr parser(simpleXmlCreateParser(block.data(), block.size()));
-  if (parser == nullptr) return {.error = -1};
-  common_outcome result;
-  simpleXmlPushUserData(parser.get(), &result);
-  result.error = simpleXmlParse(parser.get(), add_common_event);
+  const outcome recorded = parse(document, {.ignored = ""});
+  common_outcome result = {.error = recorded.error};
+  for (const std::string& event : recorded.events) {
+    const std::size_t kind = event.find(' ') + 1, name = event.find(' ', kind) + 1;
+    const std::size_t text = event.find(' ', name);
+    if (event.compare(kind, 9, "attrs-end") == 0) continue;
+    result.add(event.substr(kind, name - kind), event.substr(text == event.npos ? name : text + 1));
+  }
   return result;
 }
 
@@ -57,14 +49,17 @@ inline common_outcome parse_with_expat(std::string_view document) {
       parser.get(),
       [](void* to, const char* name, const char** attributes) {
         auto* outcome = static_cast<common_outcome*>(to);
-        outcome->add("start ", name);
+        outcome->add("start ", printable(name));
         for (; *attributes != nullptr; attributes += 2) {
-          outcome->add("attr ", std::string(attributes[0]) + "=" + attributes[1]);
+          outcome->add("attr ", printable(std::string(attributes[0]) + "=" + attributes[1]));
         }
       },
-      [](void* to, const char* name) { static_cast<common_outcome*>(to)->add("end ", name); });
+      [](void* to, const char* name) {
+        static_cast<common_outcome*>(to)->add("end ", printable(name));
+      });
   XML_SetCharacterDataHandler(parser.get(), [](void* to, const char* text, int length) {
-    static_cast<common_outcome*>(to)->add("content ", {text, static_cast<std::size_t>(length)});
+    const std::string_view content(text, static_cast<std::size_t>(length));
+    static_cast<common_outcome*>(to)->add("content ", printable(content));
   });
   const auto status =
       XML_Parse(parser.get(), document.data(), static_cast<int>(document.size()), XML_TRUE);
