@@ -43,6 +43,13 @@ void open_standard_streams() noexcept {
   if (descriptor > STDERR_FILENO) ::close(descriptor);
 }
 
+bool is_same_file(const char* csv_path, const char* xml_path) noexcept {
+  struct stat input;
+  struct stat output;
+  return ::stat(csv_path, &input) == 0 && ::stat(xml_path, &output) == 0 &&
+         S_ISREG(output.st_mode) && input.st_dev == output.st_dev && input.st_ino == output.st_ino;
+}
+
 void remove_output(const char* path) noexcept {
   if (is_removable(path)) ::unlink(path);
 }
@@ -50,13 +57,15 @@ void remove_output(const char* path) noexcept {
 void print_behind_output(const char* path) noexcept {
   struct stat status;
   if (::stat(path, &status) != 0 || !S_ISREG(status.st_mode)) return;
-  if (is_open_as(STDOUT_FILENO, status)) ::fcntl(STDOUT_FILENO, F_SETFL, O_APPEND);
+  const int flags = ::fcntl(STDOUT_FILENO, F_GETFL);
+  if (is_open_as(STDOUT_FILENO, status)) ::fcntl(STDOUT_FILENO, F_SETFL, flags | O_APPEND);
 }
 
 int terminate_app(void) {
   SysLogP(LOG_PRIORITY_NOTICE, "%s", "terminate_app() entered");
   free_units();
   restore_signal_handlers();
+  log_signals();
   SysLogP(LOG_PRIORITY_NOTICE, "%s", "RUVEX exiting\r\n");
   return 0;
 }

@@ -34,6 +34,12 @@ exit_status report_failed_read(int code) {
   return finish(exit_failure);
 }
 
+// Part of a mapping is no mapping.
+exit_status report_lost_rest() {
+  log_error("Unable to read csv file, exiting.");
+  return finish(exit_failure);
+}
+
 exit_status report_failed_write(const char* xml_path) {
   log_error("Unable to write xml file, exiting.");
   remove_output(xml_path);
@@ -42,9 +48,14 @@ exit_status report_failed_write(const char* xml_path) {
 
 exit_status convert(const char* csv_path, const char* xml_path) {
   install_signal_handlers();
+  if (is_same_file(csv_path, xml_path)) {
+    log_error("Input and output are the same file, exiting.");
+    return finish(exit_failure);
+  }
   remove_output(xml_path);
   prepare_heap(csv_path);
   if (const int code = read_csv_file(csv_path)) return report_failed_read(code);
+  if (csv_read_error != 0) return report_lost_rest();
   std::fflush(stdout);  // the document may go to the same place
   print_behind_output(xml_path);
   if (write_xml_unit_cfg(modUnits, xml_path) != 0 || xml_write_error != 0) {

@@ -17,6 +17,7 @@
 namespace ruvex {
 
 unit_cfg* modUnits = nullptr;
+int csv_read_error = 0;
 
 namespace {
 
@@ -70,7 +71,10 @@ csv_result read_lines(int descriptor) noexcept {
     log_signals();
     std::string_view line;
     const line_result got = lines.next(line);
-    if (got == line_result::end) return csv_read;
+    if (got == line_result::end) {
+      csv_read_error = lines.error();
+      return csv_read;
+    }
     if (got != line_result::line) return log_bad_line(got, line_number);
     const point_result point = reader.read(split_mapping_line(line), log);
     if (point.code != csv_read) return point.code;
@@ -96,6 +100,7 @@ void free_units() noexcept {
 
 int read_csv_file(const char* path) noexcept {
   free_units();
+  csv_read_error = 0;
   struct stat status;
   if (::stat(path, &status) != 0) return not_readable(csv_not_examined);
   if (S_ISDIR(status.st_mode)) return not_readable(csv_not_opened);

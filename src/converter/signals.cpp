@@ -11,12 +11,9 @@ signal_disposition old_handler_SIGINT = SIG_DFL;
 
 namespace {
 
-// Signals that a failing write raises. Ignored, they leave a result that can be reported.
-struct ignored_signal {
-  int number;
-  signal_disposition old_handler;
-};
-ignored_signal ignored_signals[] = {{SIGPIPE, SIG_DFL}, {SIGXFSZ, SIG_DFL}};
+// Signals that a failing write raises. Ignored, they leave a result that can be reported. They stay
+// so to the end of the process, since its last messages leave in its exit.
+constexpr int ignored_signals[] = {SIGPIPE, SIGXFSZ};
 
 // One flag for each kind, and one above them that a quiet step looks at.
 volatile std::sig_atomic_t any_arrived = 0;
@@ -46,9 +43,7 @@ void signal_handler(int signal_number) {
 void install_signal_handlers() {
   old_handler_SIGTERM = std::signal(SIGTERM, signal_handler);
   old_handler_SIGINT = std::signal(SIGINT, signal_handler);
-  for (ignored_signal& signal : ignored_signals) {
-    signal.old_handler = std::signal(signal.number, SIG_IGN);
-  }
+  for (const int number : ignored_signals) std::signal(number, SIG_IGN);
 }
 
 void log_signals() {
@@ -62,9 +57,6 @@ void log_signals() {
 void restore_signal_handlers() {
   std::signal(SIGTERM, old_handler_SIGTERM);
   std::signal(SIGINT, old_handler_SIGINT);
-  for (const ignored_signal& signal : ignored_signals) {
-    std::signal(signal.number, signal.old_handler);
-  }
 }
 
 }  // namespace ruvex

@@ -14,8 +14,8 @@ extern signal_disposition old_handler_SIGINT;
 void signal_handler(int signal_number);
 
 // Installs signal_handler for SIGTERM, then for SIGINT, and saves what was there. Interrupted
-// system calls are resumed. SIGPIPE is ignored from here on, so that a reader that goes away is a
-// failed write like any other.
+// system calls are resumed. SIGPIPE and SIGXFSZ are ignored from here on, so that a reader that
+// goes away and a file that may not grow are failed writes like any other.
 void install_signal_handlers();
 
 // Logs, at NOTICE, a line for each kind of signal that has arrived since the last call.

@@ -1,9 +1,11 @@
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <filesystem>
 #include <string>
 #include <utility>
@@ -71,6 +73,38 @@ TEST_F(FailureTest, WhatCannotBeOpenedEndsTheRun) {
     EXPECT_FALSE(exists("out.xml")) << name;
   }
   fs::permissions(path("closed"), fs::perms::all);
+}
+
+TEST_F(FailureTest, TheMappingIsNeverTheOutput) {
+  write("in.csv", point_line());
+  fs::create_symlink(path("in.csv"), path("link"));
+  fs::create_hard_link(path("in.csv"), path("twin"));
+  for (const char* output : {"in.csv", "link", "twin"}) {
+    EXPECT_EQ(run({path("in.csv"), path(output)}),
+              failed_run("Input and output are the same file, exiting."));
+    EXPECT_EQ(read("in.csv"), point_line()) << output;
+    EXPECT_EQ(read(output), point_line()) << output;
+  }
+}
+
+// The mapping is the memory of this process: a page of whole points, behind which a read fails.
+TEST_F(FailureTest, PartOfAMappingIsNoMapping) {
+  if (*RUVEX_EMULATOR != '\0') GTEST_SKIP() << "skipped: the memory is the emulator's";
+  const auto size = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+  void* const page =
+      ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_FIXED | MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (page == MAP_FAILED) GTEST_SKIP() << "skipped: no memory may begin at address 0";
+  const std::string memory = "/proc/" + std::to_string(::getpid()) + "/mem";
+  std::string points = point_line();
+  while (points.size() < size - 2 * point_line().size()) points += point_line();
+  points.insert(0, size - points.size() - 1, '-').insert(size - points.size(), "\n");
+  const int own = ::open(memory.c_str(), O_RDWR | O_CLOEXEC);
+  EXPECT_EQ(::pwrite(own, points.data(), size, 0), static_cast<ssize_t>(size));
+  ::close(own);
+  write("out.xml", "earlier output");
+  EXPECT_EQ(run({memory, path("out.xml")}), failed_run("Unable to read csv file, exiting."));
+  EXPECT_FALSE(exists("out.xml"));
+  ::munmap(page, size);
 }
 
 // Where `long` has 32 bits, a size or a date that does not fit it must not fail the run.
@@ -173,8 +207,16 @@ TEST_F(FailureTest, LostStandardStreamsCostNothing) {
     EXPECT_EQ(read("out.xml"), expected) << closed;
   }
   const auto fill_stdout = [] { ::dup2(::open("/dev/full", O_WRONLY), STDOUT_FILENO); };
-  EXPECT_EQ(convert(point_line(), fill_stdout), (outcome{0, "", ""}));
-  EXPECT_EQ(read("out.xml"), expected);
+  const auto break_stdout = [] {
+    int ends[2] = {-1, -1};
+    if (::pipe(ends) == 0) ::close(ends[0]);
+    ::dup2(ends[1], STDOUT_FILENO);
+    std::signal(SIGPIPE, SIG_DFL);
+  };
+  for (const preparation& prepare : {preparation(fill_stdout), preparation(break_stdout)}) {
+    EXPECT_EQ(convert(point_line(), prepare), (outcome{0, "", ""}));
+    EXPECT_EQ(read("out.xml"), expected);
+  }
 }
 
 }  // namespace
