@@ -54,20 +54,27 @@ int ask_for_rest(int fd, const char* ifname, ife_info& info) noexcept {
   return 0;
 }
 
+// The re-entrant call: sockets of several threads may look up at once.
+bool resolve(const char* host, in_addr& address) noexcept {
+  alignas(char*) char storage[16384];  // more than the addresses of a host take
+  hostent entry;
+  hostent* found = nullptr;
+  int reason = 0;
+  ::gethostbyname_r(host, &entry, storage, sizeof storage, &found, &reason);
+  if (found == nullptr || found->h_addr_list[0] == nullptr) return false;
+  std::memcpy(&address, found->h_addr_list[0], sizeof address);
+  return true;
+}
+
 }  // namespace
 
 int sktSetDest(Socket* skt, const char* host, int port) noexcept {
   if (skt->m_family == AF_LOCAL) return set_local_name(*skt->m_destaddr, host) ? 0 : -1;
   sktSetDest_PORT(skt, port);
   skt->m_destaddr->inet.sin_family = AF_INET;
-  const hostent* entry = ::gethostbyname(host);
-  if (entry == nullptr) {
-    std::fprintf(stderr, "Unknown host %s.\n", host);
-    return -1;
-  }
-  in_addr& address = skt->m_destaddr->inet.sin_addr;
-  std::memcpy(&address, entry->h_addr_list[0], sizeof address);
-  return 0;
+  if (resolve(host, skt->m_destaddr->inet.sin_addr)) return 0;
+  std::fprintf(stderr, "Unknown host %s.\n", host);
+  return -1;
 }
 
 int sktSetDest_ADDR(Socket* skt, const skt_address* address) noexcept {

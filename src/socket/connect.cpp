@@ -71,6 +71,20 @@ void set_peer(Socket& skt, const skt_address& address, int port) noexcept {
   skt.m_peeraddr->inet.sin_port = htons(static_cast<std::uint16_t>(port));
 }
 
+// The errno that tells what getaddrinfo has told; for a name that nobody knows it leaves none.
+int errno_of(int resolver_error) noexcept {
+  switch (resolver_error) {
+    case EAI_SYSTEM:
+      return errno;
+    case EAI_AGAIN:
+      return EAGAIN;
+    case EAI_MEMORY:
+      return ENOMEM;
+    default:
+      return ENXIO;
+  }
+}
+
 // Accepts into a new record. Null on failure, which is reported with the label, except for a call
 // that would block or was interrupted.
 socket_ptr accept_into(socket_ptr skt, int listener, const char* label) noexcept {
@@ -91,6 +105,10 @@ socket_ptr accept_into(socket_ptr skt, int listener, const char* label) noexcept
 int sktConnectAddr(Socket* skt, const skt_address* addr, int port, long timeout_ms) noexcept {
   if (skt->m_type != SOCK_STREAM) {
     return refused("sktConnectAddr():Socket must be SOCK_STREAM\n");
+  }
+  if (skt->m_connected != 0) {  // the system may have forgotten it, when the peer has gone
+    errno = EISCONN;
+    return failed("fcntl( F_SETFL , O_NONBLOCK )");
   }
   if (!fits_set(skt->m_sock)) {  // the wait would refuse it without a word
     std::fprintf(stderr, "sktConnectAddr(): descriptor %d is beyond those of select\r\n",
@@ -129,7 +147,10 @@ int sktConnectHost(Socket* skt, const char* host, int port, long timeout_ms) noe
   wanted.ai_family = AF_INET;
   wanted.ai_socktype = SOCK_STREAM;
   addrinfo* found = nullptr;
-  if (::getaddrinfo(host, service, &wanted, &found) != 0) return failed("getaddrinfo()");
+  if (const int error = ::getaddrinfo(host, service, &wanted, &found); error != 0) {
+    errno = errno_of(error);
+    return failed("getaddrinfo()");
+  }
   std::memcpy(&address, found->ai_addr, sizeof address.inet);
   ::freeaddrinfo(found);
   return sktConnectAddr(skt, &address, port, timeout_ms);

@@ -8,6 +8,7 @@
 #include "gtest/gtest.h"
 #include "ruvex/cfg/xml_reader.h"
 #include "ruvex/cfg/xml_writer.h"
+#include "ruvex/socket/address.h"
 #include "ruvex/socket/bind.h"
 #include "ruvex/socket/connect.h"
 #include "ruvex/socket/transfer.h"
@@ -36,6 +37,10 @@ void use_sockets(const std::string& text) {
     sockaddr_in own = {};
     socklen_t size = sizeof own;
     ::getsockname(listener->m_sock, reinterpret_cast<sockaddr*>(&own), &size);
+    const socket_ptr udp(sktNew(AF_INET, SOCK_DGRAM));
+    const bool is_one = text == "one";
+    EXPECT_EQ(sktSetDest(udp.get(), is_one ? "127.0.0.1" : "127.0.0.2", 9), 0);
+    EXPECT_EQ(udp->m_destaddr->inet.sin_addr.s_addr, htonl(is_one ? 0x7F000001 : 0x7F000002));
     const socket_ptr client(sktNew(AF_INET, SOCK_STREAM));
     EXPECT_EQ(sktConnectHost(client.get(), "localhost", ntohs(own.sin_port), 2000), 0);
     const socket_ptr server(sktAcceptTimeout(listener.get(), 2000));

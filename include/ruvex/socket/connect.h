@@ -14,7 +14,8 @@ namespace ruvex {
 //   sktConnectAddr():Socket must be SOCK_STREAM
 //   sktConnectAddr(): descriptor 1024 is beyond those of select
 //   perror fcntl( F_GETFL )
-//   perror fcntl( F_SETFL , O_NONBLOCK )        also when the connection is refused at once
+//   perror fcntl( F_SETFL , O_NONBLOCK )        also when the connection is refused at once, or
+//                                               the record is connected (EISCONN) and stays so
 //   sktConnectAddr(): select : Nothing ready within timeout period
 //   sktConnectAddr(): select() returned both readable and writable
 //                                               the connection was refused, and the next line gives
@@ -28,8 +29,8 @@ namespace ruvex {
 int sktConnectAddr(Socket* skt, const skt_address* addr, int port, long timeout_ms) noexcept;
 
 // The same to a host name or dotted address or, with a local socket, to a local name (`port` is not
-// used then). -1 also with perror getaddrinfo(), and with a message for a local name that does not
-// fit. The time limit does not bound the resolving of a name.
+// used then). -1 also with perror getaddrinfo() (ENXIO: no such host), and with a message for a
+// local name that does not fit. The time limit does not bound the resolving of a name.
 int sktConnectHost(Socket* skt, const char* host, int port, long timeout_ms) noexcept;
 
 // Accept a connection. The result is a connected socket, which the caller owns and whose m_sockaddr
