@@ -51,8 +51,10 @@ bool finish_connect(int fd, long timeout_ms) noexcept {
   return ended_well(fd);
 }
 
-// Ends an attempt that has failed or still goes on, and drops its error. An attempt that timed out
+// Ends an attempt that has failed or still goes on, and drops its errors. An attempt that timed out
 // goes on in the system, which refuses the next one until then; connecting to AF_UNSPEC ends it.
+// What a router or the own system says of a host stands in the error queue as well (Linux 5.17 and
+// later), and while it is there, every wait tells of an error.
 void give_up_connect(int fd) noexcept {
   sockaddr nowhere = {};
   nowhere.sa_family = AF_UNSPEC;
@@ -60,6 +62,8 @@ void give_up_connect(int fd) noexcept {
   int error = 0;
   socklen_t size = sizeof error;
   ::getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size);
+  char unwanted = 0;
+  while (::recv(fd, &unwanted, sizeof unwanted, MSG_ERRQUEUE | MSG_DONTWAIT) >= 0) continue;
 }
 
 void set_peer(Socket& skt, const skt_address& address, int port) noexcept {

@@ -255,6 +255,24 @@ TEST_F(Sockets, ConnectingFailsInTimeAndCanBeTriedAgain) {
             std::string::npos);
 }
 
+// An address on a cable that nobody answers for, and then on an interface of our own.
+TEST_F(Sockets, AHostThatWasOffIsReachedWhenItIsBack) {
+  const own_network network;
+  if (!network.missing().empty()) GTEST_SKIP() << network.missing();
+  ASSERT_TRUE(
+      own_network::run("ip addr add 10.9.0.1/24 dev v0 && cd /proc/sys/net/ipv4/neigh/v0 && "
+                       "echo 1 > mcast_solicit && echo 50 > retrans_time_ms"));
+  const socket_ptr client(sktNew(AF_INET, SOCK_STREAM));
+  const auto connect = [&](int port) {
+    return outcome([&] { return sktConnectHost(client.get(), "10.9.0.2", port, 3000); });
+  };
+  for (const int port : {9, 10})
+    EXPECT_TRUE(connect(port).ends_with(": No route to host\n")) << port;
+  ASSERT_TRUE(own_network::run("ip addr add 10.9.0.2/32 dev lo"));
+  const socket_ptr server(CreateAfInetServer(SOCK_STREAM, "10.9.0.2", 0));
+  EXPECT_EQ(connect(port_of(server)), "0 ");
+}
+
 TEST_F(Sockets, ServersBindingAndTransfersFailWithTheirReason) {
   const socket_ptr server(CreateAfInetServer(SOCK_STREAM, "127.0.0.1", 0));
   const socket_ptr tcp(sktNew(AF_INET, SOCK_STREAM)), local(sktNew(AF_LOCAL, SOCK_STREAM)),
