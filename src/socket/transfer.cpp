@@ -1,15 +1,66 @@
 #include "ruvex/socket/transfer.h"
 
 #include <fcntl.h>
+#include <poll.h>
+#include <sys/time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <climits>
+#include <cstdint>
 #include <cstring>
+#include <ctime>
 
 #include "steps.h"
 
 namespace ruvex {
 namespace {
+
+constexpr std::int64_t no_limit = 0;
+
+std::int64_t now_ms() noexcept {
+  timespec now = {};
+  ::clock_gettime(CLOCK_MONOTONIC, &now);
+  return std::int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
+}
+
+// The time-out of receives, in milliseconds.
+std::int64_t receive_limit(int fd) noexcept {
+  timeval limit = {};
+  socklen_t size = sizeof limit;
+  if (::getsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &limit, &size) != 0) return no_limit;
+  if (size != sizeof limit) return no_limit;
+  return std::int64_t{limit.tv_sec} * 1000 + (limit.tv_usec + 999) / 1000;
+}
+
+// Waits for input until `deadline`, whatever interrupts it. False with EAGAIN, as the receive
+// itself would end, when the time has passed.
+bool wait_for_input(int fd, std::int64_t deadline) noexcept {
+  pollfd input = {fd, POLLIN, 0};
+  int ready = 0;
+  do {
+    const std::int64_t left = std::max<std::int64_t>(deadline - now_ms(), 0);
+    ready = ::poll(&input, 1, static_cast<int>(std::min<std::int64_t>(left, INT_MAX)));
+  } while (ready < 0 && errno == EINTR);
+  if (ready == 0) errno = EAGAIN;
+  return ready > 0;
+}
+
+// Calls `receive` with flags until a signal does not interrupt it. An interrupted receive would
+// begin its time-out anew, so what is left of it is waited out here.
+template <class Receive>
+ssize_t repeat_interrupted(int fd, Receive receive) noexcept {
+  const std::int64_t start = now_ms();
+  for (int flags = 0;;) {
+    const ssize_t got = receive(flags);
+    if (got >= 0 || (errno != EINTR && (flags == 0 || errno != EAGAIN))) return got;
+    const std::int64_t limit = receive_limit(fd);
+    if (limit == no_limit) continue;
+    if (!wait_for_input(fd, start + limit)) return -1;
+    flags = MSG_DONTWAIT;  // another may have taken what was there
+  }
+}
 
 // Receives; when something has come, the sender's address replaces `sender`, where that is not
 // null. The whole address is replaced: the system writes no more of it than the sender's address
@@ -17,11 +68,10 @@ namespace {
 ssize_t receive_from(const Socket& skt, void* buf, std::size_t len, skt_address* sender) noexcept {
   skt_address from = {};
   auto size = static_cast<socklen_t>(skt.m_addrlen);
-  ssize_t got = -1;
-  do {
-    got = ::recvfrom(skt.m_sock, buf, len, 0, sender != nullptr ? &from.any : nullptr,
-                     sender != nullptr ? &size : nullptr);
-  } while (got < 0 && errno == EINTR);
+  const ssize_t got = repeat_interrupted(skt.m_sock, [&](int flags) {
+    return ::recvfrom(skt.m_sock, buf, len, flags, sender != nullptr ? &from.any : nullptr,
+                      sender != nullptr ? &size : nullptr);
+  });
   if (got >= 0 && sender != nullptr) *sender = from;
   return got;
 }

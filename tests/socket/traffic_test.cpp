@@ -331,7 +331,7 @@ TEST_F(Sockets, ServersBindingAndTransfersFailWithTheirReason) {
   EXPECT_EQ(std::tuple(tcp->m_port, port_of(tcp)), std::tuple(70000, 4464));
 }
 
-TEST_F(Sockets, ReceivingGoesOnAfterASignal) {
+TEST_F(Sockets, SignalsNeitherEndNorProlongAReceive) {
   struct sigaction interrupt = {};
   interrupt.sa_handler = [](int) {};
   ::sigaction(SIGALRM, &interrupt, nullptr);
@@ -343,6 +343,16 @@ TEST_F(Sockets, ReceivingGoesOnAfterASignal) {
   ::ualarm(5000, 5000);
   testing::internal::CaptureStderr();
   EXPECT_EQ(received(ends.server), "late");
+  EXPECT_EQ(sktSetTimeouts(ends.server.get(), 200, 0), 0);
+  timeval limit = {};
+  socklen_t size = sizeof limit;
+  ::getsockopt(ends.server->m_sock, SOL_SOCKET, SO_RCVTIMEO, &limit, &size);
+  if (size == sizeof limit) {  // an emulator does not tell
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(received(ends.server), "-2");
+    const auto time = std::chrono::steady_clock::now() - start;
+    EXPECT_TRUE(time >= std::chrono::milliseconds(199) && time < std::chrono::seconds(2));
+  }
   ::ualarm(0, 0);
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
   ::wait(nullptr);

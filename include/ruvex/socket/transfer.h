@@ -14,7 +14,8 @@ inline constexpr int skt_would_block = -2;  // or its time-out has passed; not r
 //   Socket::Recv():Socket not connected     a stream socket
 //   perror Socket::Recv():recv()            a stream socket
 //   perror Socket::Recv():recvfrom()        any other
-// A signal does not end the wait. A pseudo socket is the exception.
+// A signal does not end the wait, and does not prolong it where the socket has a time-out. A pseudo
+// socket is the exception.
 //
 // A datagram that a client receives leaves its sender in m_fromaddr. With a server it leaves the
 // sender in m_destaddr, so that the next sktSendN answers it. A sender without a name cannot be
