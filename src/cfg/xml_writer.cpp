@@ -1,10 +1,10 @@
 #include "ruvex/cfg/xml_writer.h"
 
-#include <cerrno>
 #include <cstring>
 #include <string_view>
 
 #include "element_layout.h"
+#include "output_file.h"
 #include "ruvex/cfg/tables.h"
 
 namespace ruvex {
@@ -75,21 +75,17 @@ class unit_writer {
 
 constexpr std::size_t all_channels = static_cast<std::size_t>(-1);
 
-// Opens `path`, lets `put` fill it and closes it.
+// Lets `put` fill the file `path`.
 template <class Put>
 int write_file(const char* path, Put put) noexcept {
-  errno = 0;
-  std::FILE* stream = std::fopen(path, "wb");
-  xml_write_error = errno;
-  if (stream == nullptr) return result_not_opened;
-  std::setvbuf(stream, nullptr, _IONBF, 0);  // `out` gathers, and sees every failed write
+  output_file file(path);
+  xml_write_error = file.error();
+  if (file.stream() == nullptr) return result_not_opened;
   char storage[block_size];
-  block_out out(stream, storage);
+  block_out out(file.stream(), storage);
   put(out);
   out.flush();
-  xml_write_error = out.error();
-  errno = 0;
-  if (std::fclose(stream) != 0 && xml_write_error == 0) xml_write_error = errno;
+  xml_write_error = out.error() != 0 ? out.error() : file.keep();
   return result_written;
 }
 

@@ -1,9 +1,15 @@
 #include "ruvex/cfg/xml_writer.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <filesystem>
 #include <random>
 #include <string>
 #include <string_view>
@@ -134,6 +140,64 @@ TEST(XmlWriter, TellsWhetherEveryByteArrived) {
   EXPECT_EQ(write_xml_unit_cfg(nullptr, file.filled_with("earlier content")), 0);
   EXPECT_EQ(xml_write_error, 0);
   EXPECT_EQ(file.content(), "");
+}
+
+// A folder with an earlier file and a link to it, of a user who has no rights but his own.
+class EarlierFile : public testing::Test {
+ protected:
+  EarlierFile() {
+    const bool is_root = ::getuid() == 0;
+    if ((is_root && ::seteuid(65534) != 0) || ::mkdtemp(folder_.data()) == nullptr) std::abort();
+    path_ = folder_ + "/file.xml";
+    std::ofstream(path_) << "earlier content";
+    ::chmod(path_.c_str(), 0646);
+    std::filesystem::create_symlink("file.xml", folder_ + "/link");
+    std::signal(SIGXFSZ, SIG_IGN);
+  }
+  ~EarlierFile() override {
+    ::chmod(folder_.c_str(), 0700);
+    std::filesystem::remove_all(folder_);
+    EXPECT_EQ(::seteuid(::getuid()), 0);
+  }
+  // Writes a document of more than 20,000 bytes where a file may have `limit`; the result, the
+  // error, and what is in the file and in the folder then.
+  std::string write(const std::string& path, rlim_t limit = RLIM_INFINITY) const {
+    const rlimit limited = {limit, RLIM_INFINITY}, unlimited = {RLIM_INFINITY, RLIM_INFINITY};
+    ::setrlimit(RLIMIT_FSIZE, &limited);
+    const int result = write_xml_cfg(yax_cfg_ptr(make_default_yax_cfg()).get(), path.c_str());
+    ::setrlimit(RLIMIT_FSIZE, &unlimited);
+    const std::string content = content_of(path_);
+    const bool is_whole = content.ends_with("</yax_cfg>\r\n") && content.size() > 10000;
+    const std::filesystem::directory_iterator files(folder_);
+    return std::to_string(result) + " " + std::strerror(xml_write_error) + ": " +
+           (is_whole ? "whole" : content) + ", " + std::to_string(std::distance(files, {}));
+  }
+  mode_t mode() const {
+    struct stat status = {};
+    return ::lstat(path_.c_str(), &status) == 0 ? status.st_mode : 0;
+  }
+
+  std::string folder_ = testing::TempDir() + "ruvex_test_XXXXXX", path_;
+};
+
+TEST_F(EarlierFile, IsReplacedWholeOrNotAtAll) {
+  for (const std::string& path : {path_, folder_ + "/link"}) {
+    EXPECT_EQ(write(path, 5000), "0 File too large: earlier content, 2");
+    EXPECT_EQ(write(path), "0 Success: whole, 2") << path;
+    EXPECT_EQ(mode(), S_IFREG | 0646U) << path;
+    std::ofstream(path_) << "earlier content";
+  }
+}
+
+TEST_F(EarlierFile, IsWrittenWhereItStandsWhenItsFolderTakesNoNewOne) {
+  ::chmod(folder_.c_str(), 0555);
+  EXPECT_EQ(write(path_), "0 Success: whole, 2");
+  EXPECT_EQ(write(path_, 5000), "0 File too large: , 2") << "no part of a document stays";
+}
+
+TEST_F(EarlierFile, StaysWhenItMayNotBeWritten) {
+  ::chmod(path_.c_str(), 0444);
+  EXPECT_EQ(write(path_), "2 Permission denied: earlier content, 2");
 }
 
 // What `print` leaves in a stream.

@@ -20,8 +20,8 @@ namespace ruvex {
 // The indentation level, in TABs. 0 at program start. The writers change it, as they say below.
 extern unsigned cur_tab;
 
-// How the last call of write_xml_unit_cfg or write_xml_cfg ended: 0 when the file took every byte,
-// otherwise the errno of the first step that failed (opening, writing or closing the file).
+// How the last call of write_xml_unit_cfg or write_xml_cfg ended: 0 when the file is whole, in its
+// place and on the disk, otherwise the errno of the first step that failed.
 extern int xml_write_error;
 
 // The deepest indentation that is written; a higher level shows as this many TABs.
@@ -46,18 +46,24 @@ void print_tag(std::FILE* stream, std::int32_t tag_id, int mode, const char* tex
 // Writes the elements of a channel, each a line at the current indentation.
 void print_chn_data(std::FILE* stream, const chn_cfg* chn) noexcept;
 
-// Writes the unit `units` and those that follow it, with their channels, to the file `path`. The
-// file is created or cut to length 0; a null `units` gives an empty file. cur_tab is raised by one,
-// to the level of the units, and stays raised.
+// Writes the unit `units` and those that follow it, with their channels, to the file `path`; a null
+// `units` gives an empty file. cur_tab is raised by one, to the level of the units, and stays
+// raised.
 //
-// Returns 0 when the file was opened; xml_write_error then tells whether it took every byte.
+// A regular file appears whole or not at all: it is written without a name, or under another one in
+// the same folder (.ruvex-XXXXXXXX), brought to the disk, and put in the place of an earlier one,
+// whose permission bits it takes over. When that fails, or the process ends before, the earlier one
+// is still there. A link at the end of the path is followed. Written where they stand are devices,
+// FIFOs, descriptors (/dev/stdout), and files in folders that take no new ones; of such a file
+// nothing is left when it does not take every byte.
+//
+// Returns 0 when the file was opened; xml_write_error then tells whether it was written.
 // Returns 2 when the file could not be opened, and then cur_tab is not changed.
 int write_xml_unit_cfg(const unit_cfg* units, const char* path) noexcept;
 
-// Writes the whole document to the file `path`, which is created or cut to length 0. Units of the
-// types "MODBUS" and "MODBUS_TCP" are left out, and so are the channels of a "VIRTUAL" unit with
-// the address "9", except the first. cur_tab is 2 afterwards. The results are those of
-// write_xml_unit_cfg.
+// Writes the whole document to the file `path`, in the same way. Units of the types "MODBUS" and
+// "MODBUS_TCP" are left out, and so are the channels of a "VIRTUAL" unit with the address "9",
+// except the first. cur_tab is 2 afterwards. The results are those of write_xml_unit_cfg.
 int write_xml_cfg(const yax_cfg* doc, const char* path) noexcept;
 
 }  // namespace ruvex

@@ -13,8 +13,8 @@ extern unit_cfg* modUnits;
 // Releases every unit of modUnits with its channels and leaves it null.
 void free_units() noexcept;
 
-// How the last call of read_csv_file came to the end of the file: 0 when that was its end, otherwise
-// the errno of the read that failed.
+// How the last call of read_csv_file came to the end of the file: 0 when that was its end,
+// otherwise the errno of the read that failed.
 extern int csv_read_error;
 
 // Reads the mapping file `path` into modUnits: units in order of their addresses, channels in order
