@@ -55,6 +55,8 @@ TEST(Tokenizer, CountsLineBreaksAsItSkips) {
     EXPECT_EQ(stepwise->lineBreaks, at->lineBreaks) << skipped;
     EXPECT_EQ(stepwise->inputPosition, at->inputPosition) << skipped;
     EXPECT_EQ(at->inputPosition, skipped < 0 ? 0 : skipped) << "also beyond the end";
+    const bool is_beyond = skipped > static_cast<std::int32_t>(document.size());
+    EXPECT_TRUE(!is_beyond || (readInputChar(at.get()) == 0 && at->inputPosition == skipped));
   }
   const cursor far(document);
   skipInputChars(far.get(), longest);
