@@ -32,7 +32,8 @@ std::string_view folder_of(std::string_view path) noexcept {
   return path.substr(0, path.find_last_of('/') + 1);  // npos + 1 is 0
 }
 
-// Where links lead to open files, which may have other names by now, or none.
+// Whether it is a folder of /proc. A link there leads to an open file, which may have another name
+// by now, or none.
 bool is_of_the_kernel(std::string_view folder) noexcept {
   char path[PATH_MAX];
   struct statfs system;
@@ -43,6 +44,7 @@ bool is_of_the_kernel(std::string_view folder) noexcept {
 // The path that the links at the end of `path` lead to. False where that is an open file of the
 // process, or cannot be told.
 bool follow_links(const char* path, char (&target)[PATH_MAX]) noexcept {
+  target[0] = '\0';
   if (!join(target, path, "")) return false;
   for (int links = 0; links < most_links; ++links) {
     char text[PATH_MAX];
@@ -101,7 +103,7 @@ int sync(int descriptor) noexcept {
   return errno;
 }
 
-// No part of a file is better than one. Devices and FIFOs have nothing to be emptied.
+// A missing document is seen, a part of one is not. Devices and FIFOs have nothing to be emptied.
 void empty(int descriptor) noexcept {
   [[maybe_unused]] const int result = ::ftruncate(descriptor, 0);
 }
@@ -139,9 +141,8 @@ int output_file::open(const char* path) noexcept {
   if (follow_links(path, path_)) folder_ = open_folder(path_);
   name_ = path_ + folder_of(path_).size();
   replaces_ = folder_ >= 0 && ::fstatat(folder_, name_, &replaced_, AT_SYMLINK_NOFOLLOW) == 0;
-  const bool may_be_new =
-      folder_ >= 0 && *name_ != '\0' && (!replaces_ || S_ISREG(replaced_.st_mode));
-  if (may_be_new) {
+  const bool may_be_new = !replaces_ || S_ISREG(replaced_.st_mode);
+  if (folder_ >= 0 && *name_ != '\0' && may_be_new) {
     // A file that may not be written may not be replaced either.
     if (replaces_ && ::faccessat(folder_, name_, W_OK, AT_EACCESS) != 0) return -1;
     const int descriptor = open_new();

@@ -125,10 +125,15 @@ TEST(XmlWriter, WhatIsWrittenIsReadBackAtAnyLevel) {
 
 TEST(XmlWriter, TellsWhetherEveryByteArrived) {
   const yax_cfg_ptr doc(make_default_yax_cfg());
+  const std::string too_long(5000, 'x');
   const struct {
     const char* path;
     int result, error;
-  } cases[] = {{"/dev/full", 0, ENOSPC}, {"/nowhere/file.xml", 2, ENOENT}, {"/", 2, EISDIR}};
+  } cases[] = {{"/dev/full", 0, ENOSPC},
+               {"/nowhere/file.xml", 2, ENOENT},
+               {"/", 2, EISDIR},
+               {"", 2, ENOENT},
+               {too_long.c_str(), 2, ENAMETOOLONG}};
   for (const auto& row : cases) {
     cur_tab = 5;
     EXPECT_EQ(write_xml_unit_cfg(doc->unit_list, row.path), row.result) << row.path;
