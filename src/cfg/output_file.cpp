@@ -66,6 +66,13 @@ int open_folder(std::string_view path) noexcept {
   return ::open(folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
 }
 
+// Another file cannot take its place.
+bool is_mounted(int folder, const char* name) noexcept {
+  struct statx status;
+  return ::statx(folder, name, AT_SYMLINK_NOFOLLOW, 0, &status) == 0 &&
+         (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+}
+
 // Why a folder takes no new file although one that is there may be written.
 bool forbids_new_files(int error) noexcept {
   return error == EACCES || error == EPERM || error == EROFS;
@@ -141,7 +148,7 @@ int output_file::open(const char* path) noexcept {
   if (follow_links(path, path_)) folder_ = open_folder(path_);
   name_ = path_ + folder_of(path_).size();
   replaces_ = folder_ >= 0 && ::fstatat(folder_, name_, &replaced_, AT_SYMLINK_NOFOLLOW) == 0;
-  const bool may_be_new = !replaces_ || S_ISREG(replaced_.st_mode);
+  const bool may_be_new = !replaces_ || (S_ISREG(replaced_.st_mode) && !is_mounted(folder_, name_));
   if (folder_ >= 0 && *name_ != '\0' && may_be_new) {
     // A file that may not be written may not be replaced either.
     if (replaces_ && ::faccessat(folder_, name_, W_OK, AT_EACCESS) != 0) return -1;

@@ -10,8 +10,8 @@ namespace ruvex {
 
 // The file at a path, while it is written. A regular file gets its name when it is kept: nobody
 // sees a part of it, and what stood there before stands until then. Written where they stand are
-// devices, FIFOs, descriptors of the process (/dev/stdout), and files in folders that take no new
-// ones; such a file, when it is not kept, is emptied.
+// devices, FIFOs, descriptors of the process (/dev/stdout), files that are mounted, and files in
+// folders that take no new ones; such a file, when it is not kept, is emptied.
 class output_file {
  public:
   // Follows links to the file, or to the place where it is to be.

@@ -1,5 +1,7 @@
 #include <fcntl.h>
+#include <sched.h>
 #include <sys/mman.h>
+#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
@@ -174,6 +176,24 @@ TEST_F(FailureTest, LinksAreReplacedNotFollowed) {
   }
   EXPECT_EQ(read("target"), "not ours");
   EXPECT_FALSE(exists("nowhere"));
+}
+
+// As it is in a container; nothing can be put in its place.
+TEST_F(FailureTest, AMountedFileIsWrittenWhereItStands) {
+  ASSERT_EQ(convert(point_line()), success());
+  const std::string expected = read("out.xml");
+  write("mounted", "earlier output");
+  const auto mount = [from = path("mounted"), to = path("out.xml")] {
+    if (::unshare(CLONE_NEWNS) != 0 ||
+        ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+        ::mount(from.c_str(), to.c_str(), nullptr, MS_BIND, nullptr) != 0) {
+      ::_exit(not_started);
+    }
+  };
+  const outcome ended = convert(point_line(), mount);
+  if (ended.status == not_started) GTEST_SKIP() << "skipped: no mount namespace can be made here";
+  EXPECT_EQ(ended, success());
+  EXPECT_EQ(read("mounted"), expected);
 }
 
 // The links are those of /dev/stdin and /dev/stdout, which a fault would take from the system.

@@ -54,8 +54,8 @@ void print_chn_data(std::FILE* stream, const chn_cfg* chn) noexcept;
 // the same folder (.ruvex-XXXXXXXX), brought to the disk, and put in the place of an earlier one,
 // whose permission bits it takes over. When that fails, or the process ends before, the earlier one
 // is still there. A link at the end of the path is followed. Written where they stand are devices,
-// FIFOs, descriptors (/dev/stdout), and files in folders that take no new ones; of such a file
-// nothing is left when it does not take every byte.
+// FIFOs, descriptors (/dev/stdout), files that are mounted, and files in folders that take no new
+// ones; of such a file nothing is left when it does not take every byte.
 //
 // Returns 0 when the file was opened; xml_write_error then tells whether it was written.
 // Returns 2 when the file could not be opened, and then cur_tab is not changed.
