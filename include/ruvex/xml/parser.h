@@ -49,7 +49,8 @@ using xml_parser_ptr = std::unique_ptr<SimpleXmlParser, xml_parser_delete>;
 // Parses the document. 0 on success; otherwise the code of the failure (SimpleXmlError), or the
 // code of 1000 or more with which a handler aborted. After a failure no handler is called again,
 // also not for the end of elements that are open. A null parser gives 9, a null handler 8, a parser
-// that has been used since it was initialised 9.
+// that has been used since it was initialised 9. A handler must not throw: an exception that leaves
+// it ends the program (std::terminate).
 std::int32_t simpleXmlParse(SimpleXmlParser* parser, SimpleXmlTagHandler handler) noexcept;
 
 // For handlers: ends the parse with `code` as soon as the handler returns. Codes below 1000 and a

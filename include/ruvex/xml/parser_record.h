@@ -52,6 +52,9 @@ struct SimpleXmlUserDataStack {
   std::int32_t room;
 };
 
+// To a handler, `valueLength` and the user data mean something, and so do the results of the
+// operations; the other fields may be those of an earlier token. After a parse, `error` and
+// `inputPosition` tell how and where it ended.
 struct SimpleXmlParser {
   std::int32_t error;                 // a SimpleXmlError, or a handler's abort code
   SimpleXmlValueBuffer* valueBuffer;  // owned
