@@ -16,7 +16,7 @@ namespace {
 
 constexpr int most_links = 40;  // as many as the kernel follows
 constexpr int most_names = 100;
-constexpr mode_t mode = 0666;  // less what the user's mask takes away
+constexpr mode_t new_file_mode = 0666;  // less what the user's mask takes away
 
 // The two texts one behind the other; false when they do not fit.
 template <std::size_t Size>
@@ -80,7 +80,7 @@ bool forbids_new_files(int error) noexcept {
 
 // A file without a name, in the way in which it can get one; -1 where the system has no such.
 int open_unnamed(int folder) noexcept {
-  return ::openat(folder, ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, mode);
+  return ::openat(folder, ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, new_file_mode);
 }
 
 int give_first_name(int descriptor, int folder, const char* name) noexcept {
@@ -156,7 +156,7 @@ int output_file::open(const char* path) noexcept {
     if (descriptor >= 0 || !forbids_new_files(errno)) return descriptor;
   }
   place_ = place::as_itself;
-  return ::open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, mode);
+  return ::open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, new_file_mode);
 }
 
 int output_file::open_new() noexcept {
@@ -173,7 +173,7 @@ int output_file::open_new() noexcept {
 
 int output_file::open_temporary() noexcept {
   const int descriptor = with_temporary_name(temporary_, [this](const char* name) {
-    return ::openat(folder_, name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+    return ::openat(folder_, name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, new_file_mode);
   });
   if (descriptor >= 0) place_ = place::temporary;
   return descriptor;

@@ -7,74 +7,74 @@ namespace ruvex {
 namespace {
 
 constexpr chk_row enumeration = {chk_kind_enum, nullptr};
-constexpr chk_row end = {-1, nullptr};
+constexpr chk_row end_row = {-1, nullptr};
 
 }  // namespace
 
 // clang-format off
 
 constexpr chk_row
-    chk_binary[]             = {{chk_kind_short, nullptr}, {chk_kind_short, "0"}, {chk_kind_short, "1"}, end},
-    chk_norange_short[]      = {{chk_kind_short, nullptr}, end},
-    chk_norange_long[]       = {{chk_kind_long, nullptr}, end},
-    chk_norange_float[]      = {{chk_kind_float, nullptr}, end},
-    chk_bac_ttl[]            = {{chk_kind_long, nullptr}, {chk_kind_long, "0"}, {chk_kind_long, "65535"}, end},
-    chk_pulse_period_dev[]   = {{chk_kind_long, nullptr}, {chk_kind_long, "0"}, {chk_kind_long, "2147483647"}, end},
-    chk_pulse_period_usr[]   = {{chk_kind_float, nullptr}, {chk_kind_float, "0"}, {chk_kind_float, "2147483"}, end},
-    chk_temp_offset_dev[]    = {{chk_kind_short, nullptr}, {chk_kind_short, "-100"}, {chk_kind_short, "100"}, end},
-    chk_temp_offset_usr[]    = {{chk_kind_float, nullptr}, {chk_kind_float, "-10"}, {chk_kind_float, "10"}, end},
-    chk_range_pshort[]       = {{chk_kind_short, nullptr}, {chk_kind_short, "0"}, {chk_kind_short, "32767"}, end},
-    chk_range_volts[]        = {{chk_kind_float, nullptr}, {chk_kind_float, "0"}, {chk_kind_float, "10"}, end},
-    chk_range_mv[]           = {{chk_kind_short, nullptr}, {chk_kind_short, "0"}, {chk_kind_short, "10000"}, end},
-    chk_range_ma[]           = {{chk_kind_float, nullptr}, {chk_kind_float, "0"}, {chk_kind_float, "20"}, end},
-    chk_range_ma_100[]       = {{chk_kind_short, nullptr}, {chk_kind_short, "0"}, {chk_kind_short, "2000"}, end},
-    chk_name_len[]           = {{chk_kind_length, nullptr}, {64, nullptr}, end},
-    chk_param_len[]          = {{chk_kind_length, nullptr}, {32, nullptr}, end},
-    chk_ip_address[]         = {{chk_kind_ip, nullptr}, {chk_kind_ip, nullptr}, end},
-    chk_node_address[]       = {{chk_kind_short, nullptr}, {chk_kind_short, "1"}, {chk_kind_short, "247"}, end},
-    chk_inp_filter[]         = {{chk_kind_short, nullptr}, {chk_kind_short, "0"}, {chk_kind_short, "12"}, end},
-    chk_reg_num[]            = {{chk_kind_short, nullptr}, {chk_kind_short, "1"}, {chk_kind_short, "2"}, end},
-    chk_bac_instance[]       = {{chk_kind_long, nullptr}, {chk_kind_long, "0"}, {chk_kind_long, "4194302"}, end},
-    chk_bac_cov_inc[]        = {{chk_kind_float, nullptr}, {chk_kind_float, "0"}, {chk_kind_float, "16777215"}, end};
+    chk_binary[]             = {{chk_kind_short, nullptr}, {chk_kind_short, "0"}, {chk_kind_short, "1"}, end_row},
+    chk_norange_short[]      = {{chk_kind_short, nullptr}, end_row},
+    chk_norange_long[]       = {{chk_kind_long, nullptr}, end_row},
+    chk_norange_float[]      = {{chk_kind_float, nullptr}, end_row},
+    chk_bac_ttl[]            = {{chk_kind_long, nullptr}, {chk_kind_long, "0"}, {chk_kind_long, "65535"}, end_row},
+    chk_pulse_period_dev[]   = {{chk_kind_long, nullptr}, {chk_kind_long, "0"}, {chk_kind_long, "2147483647"}, end_row},
+    chk_pulse_period_usr[]   = {{chk_kind_float, nullptr}, {chk_kind_float, "0"}, {chk_kind_float, "2147483"}, end_row},
+    chk_temp_offset_dev[]    = {{chk_kind_short, nullptr}, {chk_kind_short, "-100"}, {chk_kind_short, "100"}, end_row},
+    chk_temp_offset_usr[]    = {{chk_kind_float, nullptr}, {chk_kind_float, "-10"}, {chk_kind_float, "10"}, end_row},
+    chk_range_pshort[]       = {{chk_kind_short, nullptr}, {chk_kind_short, "0"}, {chk_kind_short, "32767"}, end_row},
+    chk_range_volts[]        = {{chk_kind_float, nullptr}, {chk_kind_float, "0"}, {chk_kind_float, "10"}, end_row},
+    chk_range_mv[]           = {{chk_kind_short, nullptr}, {chk_kind_short, "0"}, {chk_kind_short, "10000"}, end_row},
+    chk_range_ma[]           = {{chk_kind_float, nullptr}, {chk_kind_float, "0"}, {chk_kind_float, "20"}, end_row},
+    chk_range_ma_100[]       = {{chk_kind_short, nullptr}, {chk_kind_short, "0"}, {chk_kind_short, "2000"}, end_row},
+    chk_name_len[]           = {{chk_kind_length, nullptr}, {64, nullptr}, end_row},
+    chk_param_len[]          = {{chk_kind_length, nullptr}, {32, nullptr}, end_row},
+    chk_ip_address[]         = {{chk_kind_ip, nullptr}, {chk_kind_ip, nullptr}, end_row},
+    chk_node_address[]       = {{chk_kind_short, nullptr}, {chk_kind_short, "1"}, {chk_kind_short, "247"}, end_row},
+    chk_inp_filter[]         = {{chk_kind_short, nullptr}, {chk_kind_short, "0"}, {chk_kind_short, "12"}, end_row},
+    chk_reg_num[]            = {{chk_kind_short, nullptr}, {chk_kind_short, "1"}, {chk_kind_short, "2"}, end_row},
+    chk_bac_instance[]       = {{chk_kind_long, nullptr}, {chk_kind_long, "0"}, {chk_kind_long, "4194302"}, end_row},
+    chk_bac_cov_inc[]        = {{chk_kind_float, nullptr}, {chk_kind_float, "0"}, {chk_kind_float, "16777215"}, end_row};
 
 constexpr chk_row chk_sys_type[] = {
-    enumeration, {0, "YAX_REMOTE"}, {1, "YAX_GATEWAY"}, {2, "YAX_SINGLE_BOARD"}, end};
+    enumeration, {0, "YAX_REMOTE"}, {1, "YAX_GATEWAY"}, {2, "YAX_SINGLE_BOARD"}, end_row};
 
 constexpr chk_row chk_unit_type[] = {
-    enumeration, {0, "MODBUS"}, {1, "YAX_TYPE1"}, {2, "VIRTUAL"}, {3, "MODBUS_TCP"}, end};
+    enumeration, {0, "MODBUS"}, {1, "YAX_TYPE1"}, {2, "VIRTUAL"}, {3, "MODBUS_TCP"}, end_row};
 
 constexpr chk_row chk_boot_protocol[] = {
-    enumeration, {0, "NONE"}, {1, "DHCP"}, end};
+    enumeration, {0, "NONE"}, {1, "DHCP"}, end_row};
 
 constexpr chk_row chk_hoa_switch[] = {
-    enumeration, {0, "AUTO"}, {1, "OFF"}, {2, "HAND"}, end};
+    enumeration, {0, "AUTO"}, {1, "OFF"}, {2, "HAND"}, end_row};
 
 constexpr chk_row chk_baudrate[] = {
-    enumeration, {0, "2400"}, {1, "4800"}, {2, "9600"}, {3, "19200"}, {4, "38400"}, {5, "57600"}, {6, "115200"}, {7, "230400"}, end};
+    enumeration, {0, "2400"}, {1, "4800"}, {2, "9600"}, {3, "19200"}, {4, "38400"}, {5, "57600"}, {6, "115200"}, {7, "230400"}, end_row};
 
 constexpr chk_row chk_protocol[] = {
-    enumeration, {0, "ASCII"}, {1, "RTU"}, {2, "DF1"}, end};
+    enumeration, {0, "ASCII"}, {1, "RTU"}, {2, "DF1"}, end_row};
 
 constexpr chk_row chk_parity[] = {
-    enumeration, {0, "NONE"}, {1, "EVEN"}, {2, "ODD"}, end};
+    enumeration, {0, "NONE"}, {1, "EVEN"}, {2, "ODD"}, end_row};
 
 constexpr chk_row chk_temp_units[] = {
-    enumeration, {0, "CELCIUS"}, {1, "FAHRENHEIT"}, end};
+    enumeration, {0, "CELCIUS"}, {1, "FAHRENHEIT"}, end_row};
 
 constexpr chk_row chk_endian_mode[] = {
-    enumeration, {0, "LITTLE"}, {1, "BIG"}, end};
+    enumeration, {0, "LITTLE"}, {1, "BIG"}, end_row};
 
 constexpr chk_row chk_reg_format[] = {
-    enumeration, {0, "UNSIGNED"}, {1, "SIGNED"}, {2, "FLOAT"}, end};
+    enumeration, {0, "UNSIGNED"}, {1, "SIGNED"}, {2, "FLOAT"}, end_row};
 
 constexpr chk_row chk_reg_fcn[] = {
-    enumeration, {1, "1"}, {2, "2"}, {3, "3"}, {4, "4"}, {5, "5"}, {6, "6"}, {15, "15"}, {16, "16"}, end};
+    enumeration, {1, "1"}, {2, "2"}, {3, "3"}, {4, "4"}, {5, "5"}, {6, "6"}, {15, "15"}, {16, "16"}, end_row};
 
 constexpr chk_row chk_progmode[] = {
-    enumeration, {0, "ONLINE"}, {1, "OFFLINE"}, end};
+    enumeration, {0, "ONLINE"}, {1, "OFFLINE"}, end_row};
 
 constexpr chk_row chk_fcn[] = {
-    enumeration, {0, "ADD"}, {1, "DELETE"}, {2, "MOVE_UP"}, {3, "MOVE_DN"}, {4, "COMMIT"}, end};
+    enumeration, {0, "ADD"}, {1, "DELETE"}, {2, "MOVE_UP"}, {3, "MOVE_DN"}, {4, "COMMIT"}, end_row};
 
 constexpr chk_row chk_chn_type[] = {
     enumeration,
@@ -86,7 +86,7 @@ constexpr chk_row chk_chn_type[] = {
     {15, "OUTPUT_5D"},       {16, "OUTPUT_10A"},      {17, "OUTPUT_10D"},
     {18, "OUTPUT_20MA"},     {19, "OUTPUT_RLY"},      {20, "OUTPUT_MCD_BIN"},
     {21, "OUTPUT_MCD_HREG"},
-    end,
+    end_row,
 };
 
 constexpr chk_row chk_bac_type[] = {
@@ -97,7 +97,7 @@ constexpr chk_row chk_bac_type[] = {
     { 9, "EVENT_ENROLLMENT"},  {10, "FILE_0"},            {11, "GROUP"},
     {12, "LOOP"},              {13, "MULTI_STATE_INPUT"}, {14, "MULTI_STATE_OUTPUT"},
     {15, "NOTIFICATIONCLASS"}, {16, "PROGRAM"},           {17, "SCHEDULE"},
-    end,
+    end_row,
 };
 
 constexpr chk_row chk_bac_units[] = {
@@ -155,7 +155,7 @@ constexpr chk_row chk_bac_units[] = {
     {100, "PER_MINUTE"},                    {101, "PER_SECOND"},
     {102, "PSI_PER_DEGREE_FAHRENHEIT"},     {103, "RADIANS"},
     {104, "REVOLUTIONS_PER_MINUTE"},
-    end,
+    end_row,
 };
 
 // clang-format on

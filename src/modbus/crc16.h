@@ -62,12 +62,12 @@ static_assert([] {
   return true;
 }());
 
-// The CRC of `length` bytes; 0xFFFF of none. Its low byte goes on the line first.
-constexpr std::uint16_t crc16(const std::uint8_t* bytes, std::uint16_t length) noexcept {
+// The CRC of a message of `length` bytes; 0xFFFF of none. Its low byte goes on the line first.
+constexpr std::uint16_t crc16(const std::uint8_t* message, std::uint16_t length) noexcept {
   std::uint8_t first = 0xFF;
   std::uint8_t second = 0xFF;
   for (std::uint16_t at = 0; at < length; ++at) {
-    const auto index = static_cast<std::uint8_t>(first ^ bytes[at]);
+    const auto index = static_cast<std::uint8_t>(first ^ message[at]);
     first = static_cast<std::uint8_t>(second ^ aucCRCHi[index]);
     second = aucCRCLo[index];
   }

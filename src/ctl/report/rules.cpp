@@ -5,8 +5,7 @@
 namespace ruvex {
 namespace {
 
-constexpr severity error = severity::error;
-constexpr severity warning = severity::warning;
+using enum severity;
 
 // clang-format off
 constexpr std::array<rule_row, rule_count> rows = {{
