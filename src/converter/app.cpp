@@ -11,10 +11,13 @@
 namespace ruvex {
 namespace {
 
+bool is_one_file(const struct stat& a, const struct stat& b) noexcept {
+  return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
 bool is_open_as(int descriptor, const struct stat& status) noexcept {
   struct stat stream;
-  return ::fstat(descriptor, &stream) == 0 && stream.st_dev == status.st_dev &&
-         stream.st_ino == status.st_ino;
+  return ::fstat(descriptor, &stream) == 0 && is_one_file(stream, status);
 }
 
 bool is_standard_stream(const struct stat& status) noexcept {
@@ -47,7 +50,7 @@ bool is_same_file(const char* csv_path, const char* xml_path) noexcept {
   struct stat input;
   struct stat output;
   return ::stat(csv_path, &input) == 0 && ::stat(xml_path, &output) == 0 &&
-         S_ISREG(output.st_mode) && input.st_dev == output.st_dev && input.st_ino == output.st_ino;
+         S_ISREG(output.st_mode) && is_one_file(input, output);
 }
 
 void remove_output(const char* path) noexcept {
@@ -57,8 +60,9 @@ void remove_output(const char* path) noexcept {
 void print_behind_output(const char* path) noexcept {
   struct stat status;
   if (::stat(path, &status) != 0 || !S_ISREG(status.st_mode)) return;
+  if (!is_open_as(STDOUT_FILENO, status)) return;
   const int flags = ::fcntl(STDOUT_FILENO, F_GETFL);
-  if (is_open_as(STDOUT_FILENO, status)) ::fcntl(STDOUT_FILENO, F_SETFL, flags | O_APPEND);
+  ::fcntl(STDOUT_FILENO, F_SETFL, flags | O_APPEND);
 }
 
 int terminate_app(void) {
