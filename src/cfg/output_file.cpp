@@ -62,15 +62,20 @@ bool follow_links(const char* path, char (&target)[PATH_MAX]) noexcept {
 
 int open_folder(std::string_view path) noexcept {
   char folder[PATH_MAX];
-  if (!join(folder, folder_of(path), ".")) return -1;
+  if (!join(folder, folder_of(path), ".")) return errno = ENAMETOOLONG, -1;
   return ::open(folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
 }
 
-// Another file cannot take its place.
 bool is_mounted(int folder, const char* name) noexcept {
   struct statx status;
   return ::statx(folder, name, AT_SYMLINK_NOFOLLOW, 0, &status) == 0 &&
          (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+}
+
+// Whether another file can take its place. One that may not be written may not be replaced either.
+bool is_replaceable(int folder, const char* name, const struct stat& status) noexcept {
+  return S_ISREG(status.st_mode) && !is_mounted(folder, name) &&
+         ::faccessat(folder, name, W_OK, AT_EACCESS) == 0;
 }
 
 // Why a folder takes no new file although one that is there may be written.
@@ -145,18 +150,24 @@ output_file::~output_file() {
 }
 
 int output_file::open(const char* path) noexcept {
-  if (follow_links(path, path_)) folder_ = open_folder(path_);
-  name_ = path_ + folder_of(path_).size();
-  replaces_ = folder_ >= 0 && ::fstatat(folder_, name_, &replaced_, AT_SYMLINK_NOFOLLOW) == 0;
-  const bool may_be_new = !replaces_ || (S_ISREG(replaced_.st_mode) && !is_mounted(folder_, name_));
-  if (folder_ >= 0 && *name_ != '\0' && may_be_new) {
-    // A file that may not be written may not be replaced either.
-    if (replaces_ && ::faccessat(folder_, name_, W_OK, AT_EACCESS) != 0) return -1;
-    const int descriptor = open_new();
+  if (follow_links(path, path_)) {
+    const int descriptor = open_beside();
     if (descriptor >= 0 || !forbids_new_files(errno)) return descriptor;
   }
   place_ = place::as_itself;
   return ::open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, new_file_mode);
+}
+
+// Fails with EPERM where the path has to be opened as it is.
+int output_file::open_beside() noexcept {
+  name_ = path_ + folder_of(path_).size();
+  if (*name_ == '\0') return errno = EPERM, -1;
+  folder_ = open_folder(path_);
+  if (folder_ < 0) return -1;
+  replaces_ = ::fstatat(folder_, name_, &replaced_, AT_SYMLINK_NOFOLLOW) == 0;
+  if (!replaces_ && errno != ENOENT) return -1;
+  if (replaces_ && !is_replaceable(folder_, name_, replaced_)) return errno = EPERM, -1;
+  return open_new();
 }
 
 int output_file::open_new() noexcept {

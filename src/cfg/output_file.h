@@ -32,6 +32,7 @@ class output_file {
   enum class place { as_itself, unnamed, temporary, kept };
 
   int open(const char* path) noexcept;
+  int open_beside() noexcept;
   int open_new() noexcept;
   int open_temporary() noexcept;
   int put_in_place(int descriptor) noexcept;
