@@ -30,7 +30,7 @@ std::int64_t receive_limit(int fd) noexcept {
   timeval limit = {};
   socklen_t size = sizeof limit;
   if (::getsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &limit, &size) != 0) return no_limit;
-  if (size != sizeof limit) return no_limit;
+  if (size != sizeof limit) return no_limit;  // an emulator does not tell
   return std::int64_t{limit.tv_sec} * 1000 + (limit.tv_usec + 999) / 1000;
 }
 
