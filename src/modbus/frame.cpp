@@ -1,7 +1,6 @@
 #include "ruvex/modbus/frame.h"
 
 #include "framing.h"
-#include "receive.h"
 
 namespace ruvex {
 namespace {
@@ -33,24 +32,20 @@ void mod_rxReset(mod_ctx* ctx) noexcept {
 }
 
 std::int32_t mod_rxChar(mod_ctx* ctx, std::uint8_t character) noexcept {
-  return take(*ctx, character, framing_of(ctx->protocol).ends_response) ? ctx->length : 0;
+  return take(*ctx, character, framing_of(ctx->protocol).ends) ? ctx->length : 0;
 }
 
 // One byte at a time: what comes after the frame belongs to the next one, and a context has no
 // place to keep it.
-std::int32_t receive_frame(mod_ctx& ctx, end_rule ends) noexcept {
-  mod_rxReset(&ctx);
-  std::uint8_t character = 0;
-  while (ctx.recv_fn(ctx.handle, &character, 1) != -1) {
-    if (ctx.length == mod_buffer_size) return MOD_FAILED;
-    if (take(ctx, character, ends)) return ctx.length;
-  }
-  const bool is_open = ctx.expected == MOD_LEN_OPEN && framing_of(ctx.protocol).may_be_open;
-  return is_open ? ctx.length : MOD_FAILED;
-}
-
 std::int32_t mod_waitPacket(mod_ctx* ctx) noexcept {
-  return receive_frame(*ctx, framing_of(ctx->protocol).ends_response);
+  mod_rxReset(ctx);
+  const framing& row = framing_of(ctx->protocol);
+  std::uint8_t character = 0;
+  while (ctx->recv_fn(ctx->handle, &character, 1) != -1) {
+    if (ctx->length == mod_buffer_size) return MOD_FAILED;
+    if (take(*ctx, character, row.ends)) return ctx->length;
+  }
+  return ctx->expected == MOD_LEN_OPEN && row.may_be_open ? ctx->length : MOD_FAILED;
 }
 
 std::int32_t mod_binToTx(std::uint8_t protocol, std::int32_t length, const std::uint8_t* message,

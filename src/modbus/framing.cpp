@@ -6,6 +6,7 @@
 
 #include "crc16.h"
 #include "layout/functions.h"
+#include "rtu.h"
 #include "ruvex/modbus/codes.h"
 
 namespace ruvex {
@@ -97,28 +98,20 @@ std::int32_t ascii_unframe(const std::uint8_t* frame, std::size_t length,
 
 // RTU.
 
-constexpr std::size_t crc_size = 2;
-// Address, function, exception code, CRC. No function code here has less than an exception, so what
-// is shorter is noise.
-constexpr std::size_t rtu_shortest = 5;
-
-using length_of = const frame_length& (*)(std::uint8_t fcn) noexcept;
-
 // Modbus ends an RTU frame with a silence of 3.5 characters, which a transport that hands out bytes
 // does not show. So the bytes are counted. Only where none of them tells the length, the
 // transport's time-out has to end the frame.
-template <length_of Find>
 bool rtu_ends(mod_ctx& ctx, std::uint8_t character) noexcept {
   if (ctx.expected != 0) return reaches_expected(ctx, character);
   if (ctx.length > function_at) {
-    const frame_length& length = Find(ctx.buffer[function_at]);
+    const frame_length& length = response_length(ctx.buffer[function_at]);
     if (ctx.length == length.told_at + 1) ctx.expected = length.of(ctx.buffer);
   }
   return go_on(ctx, character);
 }
 
 std::size_t rtu_length(const std::uint8_t*, std::size_t length) noexcept {
-  return length + crc_size;
+  return length + rtu_crc_size;
 }
 
 void rtu_frame(byte_reader message, byte_writer& out) noexcept {
@@ -130,11 +123,9 @@ void rtu_frame(byte_reader message, byte_writer& out) noexcept {
 
 std::int32_t rtu_unframe(const std::uint8_t* frame, std::size_t length,
                          std::uint8_t* output) noexcept {
-  if (length < rtu_shortest) return MOD_CORRUPT_FRAME;
-  const std::size_t count = length - crc_size;
-  const int received = frame[count] + 256 * frame[count + 1];
-  if (crc16(frame, static_cast<std::uint16_t>(count)) != received) return MOD_CORRUPT_FRAME;
-  return move_message(frame, count, output);
+  const auto size = static_cast<std::int32_t>(length);
+  if (!is_rtu_frame(frame, size)) return MOD_CORRUPT_FRAME;
+  return move_message(frame, length - rtu_crc_size, output);
 }
 
 // DF1. The lines of this codec carry no block check.
@@ -205,11 +196,10 @@ std::size_t tcp_length(const std::uint8_t*, std::size_t length) noexcept {
 
 // Rows of MOD_ASCII, MOD_RTU, MOD_DF1, MOD_TCP.
 constexpr framing framings[] = {
-    {ascii_ends, ascii_ends, false, false, ascii_length, ascii_frame, ascii_unframe},
-    {rtu_ends<response_length>, rtu_ends<request_length>, true, false, rtu_length, rtu_frame,
-     rtu_unframe},
-    {df1_ends, df1_ends, false, false, df1_length, df1_frame, df1_unframe},
-    {tcp_ends, tcp_ends, false, true, tcp_length, copy_message, move_message},
+    {ascii_ends, false, false, ascii_length, ascii_frame, ascii_unframe},
+    {rtu_ends, true, false, rtu_length, rtu_frame, rtu_unframe},
+    {df1_ends, false, false, df1_length, df1_frame, df1_unframe},
+    {tcp_ends, false, true, tcp_length, copy_message, move_message},
 };
 static_assert(std::size(framings) == MOD_TCP + 1);
 
@@ -220,7 +210,6 @@ bool never_ends(mod_ctx&, std::uint8_t) noexcept {
 }  // namespace
 
 const framing unknown_framing = {
-    never_ends,
     never_ends,
     false,
     false,

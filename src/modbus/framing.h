@@ -13,8 +13,7 @@ namespace ruvex {
 using end_rule = bool (*)(mod_ctx& ctx, std::uint8_t character) noexcept;
 
 struct framing {
-  end_rule ends_response;
-  end_rule ends_request;
+  end_rule ends;
   bool may_be_open;  // the end of the input completes a frame of MOD_LEN_OPEN
   bool has_mbap;     // messages begin with the MBAP header
   // The length of a message of `length` bytes in its frame.

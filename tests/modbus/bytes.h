@@ -98,6 +98,11 @@ inline byte_list framed(std::uint8_t protocol, const byte_list& message) {
   return written([&](auto* room) { return mod_binToTx(protocol, length, message.data(), room); });
 }
 
+// The frame of an RTU message, as text.
+inline std::string rtu(std::string_view message) {
+  return to_hex(framed(MOD_RTU, from_hex(message)));
+}
+
 // The message of a frame; without a value where the frame is corrupt.
 inline std::optional<byte_list> unframed(std::uint8_t protocol, const byte_list& frame) {
   std::int32_t result = static_cast<std::int32_t>(frame.size());

@@ -96,7 +96,7 @@ TEST(Receive, EndsAFrameByItsProtocol) {
   const struct {
     std::int32_t (*wait)(mod_ctx*) noexcept;
     std::uint8_t protocol;
-    const char* bytes;
+    std::string bytes;
     std::int32_t length;
     std::size_t left, told_by = 2;  // bytes that tell a request's length
   } rows[] = {
@@ -114,11 +114,11 @@ TEST(Receive, EndsAFrameByItsProtocol) {
       {responses, MOD_RTU, "01 04 04 04 05 06 07 08 09", 9, 0},
       {responses, MOD_RTU, "01 64 03 04 05 06 07 08 09", 9, 0},
       {responses, MOD_RTU, "01 07", 2, 0},
-      {requests, MOD_RTU, "01 03 00 6B 00 03 76 87 01", 8, 1},
-      {requests, MOD_RTU, "01 01 00 00 00 01 00 00 01", 8, 1},
-      {requests, MOD_RTU, "01 06 00 00 00 01 00 00 01", 8, 1},
-      {requests, MOD_RTU, "01 10 00 00 00 01 02 00 01 00 00 01", 11, 1, 7},
-      {requests, MOD_RTU, "01 0F 00 00 00 01 00 00 00 00", 9, 1, 7},
+      {requests, MOD_RTU, rtu("01 03 00 6B 00 03") + "01", 8, 1},
+      {requests, MOD_RTU, rtu("01 01 00 00 00 01") + "01", 8, 1},
+      {requests, MOD_RTU, rtu("01 06 00 00 00 01") + "01", 8, 1},
+      {requests, MOD_RTU, rtu("01 10 00 00 00 01 02 00 01") + "01", 11, 1, 7},
+      {requests, MOD_RTU, rtu("01 0F 00 00 00 01 00") + "00", 9, 1, 7},
       {requests, MOD_RTU, "01 83 00 00 00 01 00 00", 8, 0},
       {responses, MOD_TCP, "00 01 00 00 00 06 01 03 00 00 00 0A 00", 12, 1},
       {responses, MOD_TCP, "00 01 00 00 00 00 01 03", 7, 1},
@@ -158,6 +158,46 @@ TEST(Receive, EndsAFrameByItsProtocol) {
     const byte_list start = {1, fcn};
     scripted_line line(MOD_RTU, start);
     EXPECT_EQ(mod_waitPacket(&line.ctx) + mod_requestLength(start.data(), 2), 2 + MOD_LEN_OPEN);
+  }
+}
+
+// On a line with another slave: a request is found between its requests and answers, which are no
+// business of ours, and after noise.
+TEST(Receive, FindsRequestsBetweenTheAnswersOfOthers) {
+  const std::string own = rtu("11 03 00 00 00 01"), other = rtu("12 03 00 00 00 05");
+  const std::string answer = rtu("12 03 0A 00 01 00 02 00 03 00 04 00 05");
+  const std::string written = rtu("12 10 00 00 00 01"), short_answer = rtu("12 03 02 00 63");
+  const std::string block = rtu("12 10 00 00 00 04 08 " + own), inside = rtu("12 03 08 " + own);
+  const struct {
+    std::string bytes, found;
+  } rows[] = {
+      {answer + own, own},
+      {short_answer + own, own},
+      {written + own, own},
+      {rtu("12 06 00 00 00 01") + own, rtu("12 06 00 00 00 01")},  // may be either
+      {rtu("12 83 02") + answer + rtu("12 90 01") + own, own},
+      {"00" + own, own},
+      {"12 03" + own, own},
+      {rtu("12 2B 0E 01 00") + own, own},  // of unknown length
+      {answer.substr(0, 30) + own + answer, own},
+      {answer.substr(9) + short_answer.substr(3) + own, own},
+      {other + own, other},
+      {block + own, block},  // what stands in a request or an answer is none
+      {inside + other, other},
+      {rtu("12 64 00 00 00 01") + "", rtu("12 64 00 00 00 01")},
+      {answer + rtu("12 64 00 00 00 01"), rtu("12 64 00 00 00 01")},
+      {own.substr(0, own.size() - 1) + "0", own.substr(0, own.size() - 1) + "0"},  // corrupt
+      {own.substr(0, 9), ""},
+      {to_hex(byte_list(600, 0x55)) + own, own},
+      {answer, ""},
+  };
+  for (const auto& row : rows) {
+    scripted_line line(MOD_RTU, from_hex(row.bytes));
+    const std::int32_t length = mod_waitRequest(&line.ctx);
+    EXPECT_EQ(length < 0, row.found.empty()) << row.bytes;
+    if (length < 0) continue;
+    EXPECT_EQ(to_hex({line.ctx.buffer, static_cast<std::size_t>(length)}), row.found) << row.bytes;
+    EXPECT_EQ(line.ctx.length, length);
   }
 }
 
