@@ -21,16 +21,19 @@ ssize_t uninterrupted(Call call) noexcept {
 }  // namespace
 
 void mod_bufferedInit(mod_buffered* buffered, void* handle, mod_recv_fn recv_fn,
-                      mod_send_fn send_fn) noexcept {
+                      mod_send_fn send_fn, mod_drop_fn drop_fn) noexcept {
   buffered->handle = handle;
   buffered->recv_fn = recv_fn;
   buffered->send_fn = send_fn;
-  mod_bufferedClear(buffered);
+  buffered->drop_fn = drop_fn;
+  buffered->next = 0;
+  buffered->end = 0;
 }
 
 void mod_bufferedClear(mod_buffered* buffered) noexcept {
   buffered->next = 0;
   buffered->end = 0;
+  if (buffered->drop_fn != nullptr) buffered->drop_fn(buffered->handle);
 }
 
 std::int32_t mod_bufferedRecv(void* buffered, void* buffer, std::int32_t length) noexcept {
@@ -53,6 +56,11 @@ std::int32_t mod_bufferedSend(void* buffered, const void* buffer, std::int32_t l
   return below.send_fn(below.handle, buffer, length);
 }
 
+std::int32_t mod_bufferedAsk(void* buffered, const void* buffer, std::int32_t length) noexcept {
+  mod_bufferedClear(static_cast<mod_buffered*>(buffered));
+  return mod_bufferedSend(buffered, buffer, length);
+}
+
 std::int32_t mod_socketRecv(void* descriptor, void* buffer, std::int32_t length) noexcept {
   const int fd = *static_cast<const int*>(descriptor);
   const ssize_t got = uninterrupted(
@@ -73,6 +81,18 @@ std::int32_t mod_socketSend(void* descriptor, const void* buffer, std::int32_t l
     left -= static_cast<std::int32_t>(sent);
   }
   return length;
+}
+
+// The end of the input is no matter of this function: the next receive tells it.
+std::int32_t mod_socketDrop(void* descriptor) noexcept {
+  const int fd = *static_cast<const int*>(descriptor);
+  char unwanted[mod_buffer_size];
+  ssize_t got = 0;
+  for (int most = 256; most > 0; --most) {  // a peer that never stops is not waited for
+    got = uninterrupted([&] { return ::recv(fd, unwanted, sizeof unwanted, MSG_DONTWAIT); });
+    if (got < 1) break;
+  }
+  return got < 0 && errno != EAGAIN ? -1 : 0;
 }
 
 }  // namespace ruvex
