@@ -1,0 +1,319 @@
+#include "ruvex/modbus/client.h"
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <sstream>
+#include <thread>
+
+#include "modbus/bytes.h"
+#include "ruvex/modbus/values.h"
+
+namespace ruvex {
+namespace {
+
+// A device that answers each request with the next of its texts; "tid" in a text stands for the
+// number of the request, "|" for a pause of 40 ms, and "end" for the end of the connection. An
+// empty text is no answer.
+class scripted_device {
+ public:
+  explicit scripted_device(std::vector<std::string> answers) : answers_(std::move(answers)) {
+    EXPECT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends_), 0);
+    device_ = std::thread([this] { serve(); });
+  }
+  ~scripted_device() { finish(); }
+  int line() const { return ends_[0]; }
+  const std::string& finish() {  // what was asked, in hex, each request with a "|"
+    ::shutdown(ends_[0], SHUT_RDWR);
+    if (device_.joinable()) device_.join();
+    return asked_;
+  }
+
+ private:
+  void serve() {
+    std::uint8_t request[mod_buffer_size];
+    for (ssize_t got = 0; (got = ::read(ends_[1], request, sizeof request)) > 0;) {
+      asked_ += to_hex({request, static_cast<std::size_t>(got)}) + "|";
+      if (answers_.empty()) continue;
+      std::string answer = answers_.front();
+      answers_.erase(answers_.begin());
+      for (std::size_t at; (at = answer.find("tid")) != std::string::npos;) {
+        answer.replace(at, 3, to_hex({request, 2}));
+      }
+      std::istringstream parts(answer);
+      for (std::string part; std::getline(parts, part, '|'); ::usleep(parts.eof() ? 0 : 40000)) {
+        if (part == "end") ::shutdown(ends_[1], SHUT_RDWR);
+        const byte_list bytes = from_hex(part == "end" ? "" : part);
+        ::send(ends_[1], bytes.data(), bytes.size(), MSG_NOSIGNAL);
+      }
+    }
+  }
+
+  std::vector<std::string> answers_;
+  std::string asked_;
+  int ends_[2] = {-1, -1};
+  std::thread device_;
+};
+
+mod_client client_of(const scripted_device& device, std::uint8_t protocol, int timeout_ms = 60) {
+  mod_line line;
+  mod_lineInit(&line, device.line(), timeout_ms);
+  mod_client client;
+  mod_clientInit(&client, protocol, line);
+  client.retries = 0;
+  return client;
+}
+
+TEST(Client, TakesOnlyTheAnswerToItsQuestion) {
+  using enum mod_status;
+  const std::string good = rtu("11 03 04 00 2A 00 2B"), bad = good.substr(0, good.size() - 1) + "0";
+  const std::string tcp = "tid 00 00 00 07 11 03 04 00 2A 00 2B", old = "77 77" + tcp.substr(3);
+  const struct {
+    std::uint8_t protocol;
+    std::string answer;
+    mod_status status;
+    int code = 0;
+    std::uint16_t count = 2;
+    unsigned first = 0x2A;
+  } rows[] = {
+      {MOD_RTU, good, ok},
+      {MOD_RTU, "", timeout},
+      {MOD_RTU, rtu("11 83 02"), exception, 2},
+      {MOD_RTU, rtu("11 83 00"), exception, 0},
+      {MOD_RTU, bad, corrupt},
+      {MOD_RTU, good.substr(0, 14), corrupt},
+      {MOD_RTU, rtu("12 03 04 00 63 00 63"), stale},
+      {MOD_RTU, rtu("11 04 04 00 63 00 63"), stale},
+      {MOD_RTU, rtu("11 03 02 00 63"), stale},
+      {MOD_RTU, rtu("11 84 02"), stale},
+      {MOD_RTU, rtu("12 83 02"), stale},
+      {MOD_RTU, rtu("12 03 04 00 63 00 63") + good, ok},  // the right one after others
+      {MOD_RTU, rtu("12 03 04 00 63 00 63") + "|" + good, ok},
+      {MOD_RTU, bad + good, ok},
+      {MOD_RTU, "00 FF 11 03" + good, ok},  // noise
+      {MOD_RTU, "11 03 04|" + good.substr(9), ok},
+      {MOD_RTU, good + rtu("11 03 04 00 63 00 63"), ok},
+      {MOD_RTU, rtu("11 03 06 11 83 02 C1 34 00"), ok, 0, 3, 0x1183},  // values like a refusal
+      {MOD_TCP, tcp, ok},
+      {MOD_TCP, "", timeout},
+      {MOD_TCP, "tid 00 00 00 03 11 83 0B", exception, 11},
+      {MOD_TCP, old, stale},
+      {MOD_TCP, old + tcp, ok},
+      {MOD_TCP, "tid 00 00 00 07 12 03 04 00 63 00 63" + tcp, ok},
+      {MOD_TCP, "tid 00 00 00 07 11 04 04 00 63 00 63", stale},
+      {MOD_TCP, "tid 00 00 00 05 11 03 02 00 63", stale},
+      {MOD_TCP, "tid 00 00 00 06 11 03 04 00 63 00", corrupt},
+      {MOD_TCP, "tid 00 01 00 07 11 03 04 00 63 00 63", corrupt},
+      {MOD_TCP, "tid 00 00 00 01 11" + tcp, corrupt},
+      {MOD_TCP, "tid 00 00 02 00 11" + tcp, corrupt},
+      {MOD_TCP, "tid 00 00 00 07 11 03", corrupt},
+      {MOD_TCP, "end", closed},
+      {MOD_ASCII, ":9911\r\n:1103000", corrupt},
+      {MOD_DF1, "10 02 11 03 04 00 2A 00 2B 10 03", ok},
+      {MOD_DF1, "10 02 12 03 04 00 63 00 63 10 03 10 02 11 03 04 00 2A 00 2B 10 03", ok},
+      {MOD_DF1, "10 02 11 03 10 04 10 03", corrupt},
+  };
+  for (const auto& row : rows) {
+    scripted_device device({row.answer});
+    mod_client client = client_of(device, row.protocol);
+    std::uint16_t values[3] = {7, 7, 7};
+    const mod_outcome outcome = mod_readHoldingRegisters(&client, 17, 1, row.count, values);
+    EXPECT_EQ(outcome.status, row.status) << row.answer << ": " << mod_outcomeText(outcome);
+    EXPECT_EQ(outcome.code, row.code) << row.answer;
+    EXPECT_EQ(outcome.requests, 1) << row.answer;
+    EXPECT_EQ(values[0], row.status == ok ? row.first : 7) << row.answer;
+  }
+}
+
+TEST(Client, RefusesBeforeItSends) {
+  const struct {
+    mod_protocol protocol;
+    int unit, fcn, ref, count, code;
+  } rows[] = {
+      {MOD_RTU, 17, 7, 1, 1, MOD_ILLEGAL_FUNCTION},
+      {MOD_RTU, 17, 131, 1, 1, MOD_ILLEGAL_FUNCTION},
+      {MOD_TCP, 17, 108, 1, 1, MOD_ILLEGAL_FUNCTION},
+      {MOD_TCP, 17, 1, 1, 513, MOD_ILLEGAL_DATA_VALUE},
+      {MOD_RTU, 17, 2, 1, 0, MOD_ILLEGAL_DATA_VALUE},
+      {MOD_RTU, 17, 3, 1, 126, MOD_ILLEGAL_DATA_VALUE},
+      {MOD_TCP, 17, 4, 1, 65535, MOD_ILLEGAL_DATA_VALUE},
+      {MOD_RTU, 17, 15, 1, 513, MOD_ILLEGAL_DATA_VALUE},
+      {MOD_RTU, 17, 16, 1, 124, MOD_ILLEGAL_DATA_VALUE},
+      {MOD_RTU, 17, 3, 65535, 3, MOD_ILLEGAL_DATA_ADDRESS},
+      {MOD_RTU, 17, 1, 0, 2, MOD_ILLEGAL_DATA_ADDRESS},
+      {MOD_RTU, 0, 3, 1, 1, MOD_ILLEGAL_DATA_ADDRESS},
+  };
+  for (const auto& row : rows) {
+    scripted_device device({});
+    mod_client client = client_of(device, row.protocol, 5000);
+    const mod_mex request = record(row.fcn, row.ref, row.count, {1}, 0);
+    mod_mex mex = request;
+    mex.addr = static_cast<std::uint8_t>(row.unit);
+    const mod_outcome outcome = mod_exchange(&client, &mex);
+    EXPECT_EQ(outcome.status, mod_status::refused) << row.fcn << " " << row.count;
+    EXPECT_EQ(outcome.code, row.code) << row.fcn << " " << row.count;
+    EXPECT_EQ(mod_outcomeText(outcome), mod_errStr(row.code));
+    EXPECT_EQ(mex.fcn, row.fcn | 0x80);
+    EXPECT_EQ(mex.data[0], row.code);
+    EXPECT_EQ(mex.data[1], 0xA5);
+    EXPECT_EQ(device.finish(), "");
+  }
+}
+
+// A call of the client on unit 17, its request and the answer to it.
+constexpr std::uint8_t bits[9] = {1, 0, 1, 1, 0, 0, 1, 1, 1};
+constexpr std::uint16_t registers[2] = {1, 0x8002};
+struct answers_of_a_call {
+  std::uint8_t bits[9] = {};
+  std::uint16_t registers[2] = {};
+};
+const struct {
+  mod_outcome (*call)(mod_client*, answers_of_a_call&);
+  const char *asked, *answered;
+} calls[] = {
+    {[](auto* client, auto& got) { return mod_readCoils(client, 17, 21, 9, got.bits); },
+     "11 01 00 14 00 09", "11 01 02 CD 01"},
+    {[](auto* client, auto& got) { return mod_readDiscreteInputs(client, 17, 21, 9, got.bits); },
+     "11 02 00 14 00 09", "11 02 02 CD 01"},
+    {[](auto* client, auto& got) {
+       return mod_readHoldingRegisters(client, 17, 21, 2, got.registers);
+     },
+     "11 03 00 14 00 02", "11 03 04 00 01 80 02"},
+    {[](auto* client, auto& got) {
+       return mod_readInputRegisters(client, 17, 21, 2, got.registers);
+     },
+     "11 04 00 14 00 02", "11 04 04 00 01 80 02"},
+    {[](auto* client, auto&) { return mod_writeCoil(client, 17, 21, true); }, "11 05 00 14 FF 00",
+     "11 05 00 14 FF 00"},
+    {[](auto* client, auto&) { return mod_writeCoil(client, 17, 21, false); }, "11 05 00 14 00 00",
+     "11 05 00 14 00 00"},
+    {[](auto* client, auto&) { return mod_writeRegister(client, 17, 21, 42); }, "11 06 00 14 00 2A",
+     "11 06 00 14 00 2A"},
+    {[](auto* client, auto&) { return mod_writeCoils(client, 17, 21, 9, bits); },
+     "11 0F 00 14 00 09 02 CD 01", "11 0F 00 14 00 09"},
+    {[](auto* client, auto&) { return mod_writeRegisters(client, 17, 21, 2, registers); },
+     "11 10 00 14 00 02 04 00 01 80 02", "11 10 00 14 00 02"},
+};
+
+TEST(Client, TakesNoAnswerToAnotherCall) {
+  for (const auto& [call, asked, unused] : calls) {
+    for (const auto& other : calls) {
+      scripted_device device({rtu(other.answered)});
+      mod_client client = client_of(device, MOD_RTU, 15);
+      answers_of_a_call got;
+      const bool is_own = asked == other.asked;
+      EXPECT_EQ(call(&client, got).status == mod_status::ok, is_own) << asked << other.answered;
+      EXPECT_EQ(device.finish(), rtu(asked) + "|");
+      const bool has_bits = got.bits[0] != 0, has_registers = got.registers[0] != 0;
+      EXPECT_EQ(has_bits, is_own && (asked[4] == '1' || asked[4] == '2')) << asked;
+      EXPECT_EQ(has_registers, is_own && (asked[4] == '3' || asked[4] == '4')) << asked;
+      EXPECT_EQ(has_bits, std::equal(got.bits, got.bits + 9, bits)) << asked;
+      EXPECT_EQ(has_registers, std::equal(got.registers, got.registers + 2, registers)) << asked;
+    }
+  }
+}
+
+// On a serial line an answer has no number: it is told from others by its time alone.
+TEST(Client, IsNeverOneAnswerBehind) {
+  using enum mod_status;
+  const auto answer = [](int value) { return rtu("11 03 02 00 0" + std::to_string(value)); };
+  const struct {
+    const char* what;
+    std::vector<std::string> answers;
+    int retries;
+    std::vector<std::pair<mod_status, int>> reads;
+  } rows[] = {
+      {"an answer comes late",
+       {"|" + answer(1), answer(2), answer(3)},
+       0,
+       {{timeout, 0}, {ok, 2}, {ok, 3}}},
+      {"an answer comes twice",
+       {answer(1) + answer(1), answer(2), answer(3)},
+       0,
+       {{ok, 1}, {ok, 2}, {ok, 3}}},
+      {"late for the first attempt",
+       {"|" + answer(1), "|" + answer(1), answer(2), answer(3)},
+       1,
+       {{ok, 1}, {ok, 2}, {ok, 3}}},
+      {"late for both attempts",
+       {"||" + answer(1), "|" + answer(1), answer(2), answer(3)},
+       1,
+       {{timeout, 0}, {ok, 2}, {ok, 3}}},
+      {"a late refusal",
+       {"|" + rtu("11 83 02"), answer(2), answer(3)},
+       0,
+       {{timeout, 0}, {ok, 2}, {ok, 3}}},
+      {"a corrupt answer, then the right one",
+       {"11 03 02 00 01 00 00|" + answer(1), answer(2)},
+       0,
+       {{corrupt, 0}, {ok, 2}}},
+      {"an answer in pieces",
+       {"11 03|02 00 01|" + answer(1).substr(15), answer(2)},
+       0,
+       {{corrupt, 0}, {ok, 2}}},
+  };
+  for (const auto& row : rows) {
+    scripted_device device(row.answers);
+    mod_client client = client_of(device, MOD_RTU, 25);
+    client.retries = static_cast<std::uint8_t>(row.retries);
+    client.late_ms = 1000;  // it is over as soon as the answers have come
+    for (const auto& [status, value] : row.reads) {
+      std::uint16_t got = 0;
+      const mod_outcome outcome = mod_readHoldingRegisters(&client, 17, 1, 1, &got);
+      EXPECT_EQ(outcome.status, status) << row.what << ": " << mod_outcomeText(outcome);
+      EXPECT_EQ(got, value) << row.what;
+    }
+  }
+}
+
+TEST(Client, RepeatsAsItIsTold) {
+  using enum mod_status;
+  const std::string good = "tid 00 00 00 05 11 03 02 00 2A", refusal = "tid 00 00 00 03 11 83 06";
+  const struct {
+    std::vector<std::string> answers;
+    int retries;
+    mod_status status;
+    int requests, code;  // the code in the record
+  } rows[] = {
+      {{"", "", good}, 2, ok, 3, 0},
+      {{"", "", good}, 1, timeout, 2, MOD_MASTER_NO_RESPONSE},
+      {{refusal, good}, 2, exception, 1, 6},
+      {{"77 77 00 00 00 05 11 03 02 00 2A", good}, 1, ok, 2, 0},
+      {{"00 01 02 03 04 05", good}, 0, corrupt, 1, MOD_MASTER_CORRUPT},
+      {{"00 01 02 03 04 05", good}, 1, closed, 1, MOD_MASTER_NOT_SENT},  // nobody can open it again
+      {{"end", good}, 1, closed, 1, MOD_MASTER_NOT_SENT},
+  };
+  for (const auto& row : rows) {
+    scripted_device device(row.answers);
+    mod_client client = client_of(device, MOD_TCP, 20);
+    client.retries = static_cast<std::uint8_t>(row.retries);
+    mod_mex mex = record(3, 1, 1, {}, 0);
+    const mod_outcome outcome = mod_exchange(&client, &mex);
+    EXPECT_EQ(outcome.status, row.status) << row.answers[0];
+    EXPECT_EQ(outcome.requests, row.requests) << row.answers[0];
+    EXPECT_EQ(mex.fcn, row.status == ok ? 3 : 0x83);
+    EXPECT_EQ(row.status == ok ? 0 : mex.data[0], row.code) << row.answers[0];
+    EXPECT_EQ(mex.data[2], 0xA5);
+    const std::string asked = "00 01 00 00 00 06 11 03 00 00 00 01|";  // one number a question
+    EXPECT_EQ(device.finish().substr(0, 2 * asked.size()),
+              row.requests > 1 ? asked + asked : asked);
+  }
+}
+
+// Nobody answers a broadcast, and the next request waits until the devices are ready.
+TEST(Client, WritesToAllDevices) {
+  scripted_device device({"", rtu("11 03 02 00 2A")});
+  mod_client client = client_of(device, MOD_RTU, 3000);
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(mod_writeRegister(&client, 0, 5, 7).status, mod_status::ok);
+  std::uint16_t value = 0;
+  EXPECT_EQ(mod_readHoldingRegisters(&client, 17, 1, 1, &value).status, mod_status::ok);
+  EXPECT_EQ(value, 42);
+  const auto taken = std::chrono::steady_clock::now() - start;
+  EXPECT_TRUE(taken >= std::chrono::milliseconds(95) && taken < std::chrono::milliseconds(2000));
+}
+
+}  // namespace
+}  // namespace ruvex
