@@ -128,6 +128,9 @@ class answer_reception {
   // When an answer may begin at the latest.
   std::int64_t first() const noexcept { return first_; }
 
+  // Whether something came that has the length of the answer, and is damaged.
+  bool is_damaged() const noexcept { return is_damaged_; }
+
   // With `ok` and `exception` the message stands in the context. What is there after the last
   // moment is still looked at, since this program may have slept.
   mod_status run() noexcept {
@@ -140,18 +143,18 @@ class answer_reception {
       if (found == finding::answer) return mod_status::ok;
       if (found == finding::exception) return mod_status::exception;
       if (found == finding::out_of_step) return mod_status::corrupt;
-      is_last = is_last || (got < 0 && (found != finding::stale || now_ms() >= first_));
+      is_last = is_last || (got < 0 && now_ms() >= first_);
     }
     return seen_;
   }
 
  private:
+  // The whole time is waited for the right answer, whatever comes: it may still come, and then has
+  // not to be met by the next request. Only a frame of open length ends with a gap.
   std::int64_t deadline() const noexcept {
-    const mod_ctx& ctx = client_.ctx;
-    if (ctx.length == 0) return first_;
-    const bool may_be_whole =
-        ctx.protocol == MOD_RTU && (wanted_.length == 0 || ctx.length > wanted_.length);
-    return may_be_whole ? std::min(whole_, now_ms() + gap_ms(client_)) : whole_;
+    if (client_.ctx.length == 0) return first_;
+    const bool may_end = client_.ctx.protocol == MOD_RTU && wanted_.length == 0;
+    return may_end ? std::min(whole_, now_ms() + gap_ms(client_)) : whole_;
   }
 
   finding note(finding found) noexcept {
@@ -170,11 +173,14 @@ class answer_reception {
     return finding::nothing;
   }
 
-  // What comes before a silence or at the end of the time.
+  // What comes before a gap or at the end of the time.
   finding take_last(const std::uint8_t* bytes, std::int32_t count) noexcept {
     finding found = take(bytes, count);
     if (found != finding::nothing) return found;
+    constexpr std::int32_t crc_size = 2;
+    const bool has_length = wanted_.length != 0 && client_.ctx.length == wanted_.length + crc_size;
     found = note(take_silence(client_.ctx, wanted_));
+    is_damaged_ = is_damaged_ || (found == finding::corrupt && has_length);
     if (found != finding::answer) mod_rxReset(&client_.ctx);
     return found;
   }
@@ -183,6 +189,7 @@ class answer_reception {
   const wanted_answer& wanted_;
   const std::int64_t first_, whole_;
   mod_status seen_ = mod_status::timeout;
+  bool is_damaged_ = false;
 };
 
 bool is_broadcast(const mod_client& client, const wanted_answer& wanted) noexcept {
@@ -217,7 +224,9 @@ attempt_end ask(mod_client& client, const wanted_answer& wanted) noexcept {
   const mod_status status = reception.run();
   const bool is_answered = status == mod_status::ok || status == mod_status::exception;
   if (!has_numbers) {
-    client.owed.count -= is_answered ? 1 : 0;
+    // Where nothing else is owed, what was damaged was the answer.
+    const bool has_come = is_answered || (reception.is_damaged() && client.owed.count == 1);
+    client.owed.count -= has_come ? 1 : 0;
     if (!is_answered) be_quiet(client, now_ms() + answer_ms(client, wanted));
   } else if (status == mod_status::corrupt || status == mod_status::closed) {
     mod_lineClose(&line);

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -27,14 +28,18 @@ bool is_passing(int error) noexcept {
 }
 
 // Without MSG_NOSIGNAL a peer that has gone would end the program; terminals have no such flag.
-ssize_t write_some(int fd, const void* bytes, std::size_t size) noexcept {
-  const ssize_t sent = ::send(fd, bytes, size, MSG_NOSIGNAL);
-  return sent < 0 && errno == ENOTSOCK ? ::write(fd, bytes, size) : sent;
+ssize_t write_some(const mod_line& line, const void* bytes, std::size_t size) noexcept {
+  return line.is_socket ? ::send(line.fd, bytes, size, MSG_NOSIGNAL)
+                        : ::write(line.fd, bytes, size);
 }
 
 // A terminal that stops the flow would block a write for ever, unless the descriptor does not
 // block.
-void make_nonblocking(int fd) noexcept {
+void take_over(mod_line& line, int fd) noexcept {
+  struct stat status = {};
+  line.fd = fd;
+  line.is_closed = false;
+  line.is_socket = ::fstat(fd, &status) == 0 && S_ISSOCK(status.st_mode);
   const int flags = ::fcntl(fd, F_GETFL);
   if (flags >= 0) ::fcntl(fd, F_SETFL, flags | O_NONBLOCK);
 }
@@ -42,13 +47,13 @@ void make_nonblocking(int fd) noexcept {
 }  // namespace
 
 void mod_lineInit(mod_line* line, int fd, std::int32_t timeout_ms, std::int32_t baud) noexcept {
-  *line = {fd, timeout_ms, baud, nullptr, nullptr, false, 0};
-  make_nonblocking(fd);
+  mod_lineInit(line, nullptr, nullptr, timeout_ms, baud);
+  take_over(*line, fd);
 }
 
 void mod_lineInit(mod_line* line, mod_open_fn open_fn, void* where, std::int32_t timeout_ms,
                   std::int32_t baud) noexcept {
-  *line = {-1, timeout_ms, baud, open_fn, where, false, 0};
+  *line = {-1, timeout_ms, baud, open_fn, where, false, 0, false};
 }
 
 std::int32_t mod_lineOpen(mod_line* line) noexcept {
@@ -56,10 +61,9 @@ std::int32_t mod_lineOpen(mod_line* line) noexcept {
   if (line->open_fn == nullptr)
     return found_closed(*line, line->is_closed ? line->error : ENOTCONN);
   mod_lineClose(line);
-  line->fd = line->open_fn(line->where, line->timeout_ms);
-  if (line->fd < 0) return found_closed(*line, errno);
-  make_nonblocking(line->fd);
-  line->is_closed = false;
+  const int fd = line->open_fn(line->where, line->timeout_ms);
+  if (fd < 0) return found_closed(*line, errno);
+  take_over(*line, fd);
   return 0;
 }
 
@@ -96,7 +100,7 @@ std::int32_t mod_lineSend(void* line, const void* buffer, std::int32_t length) n
   const auto* next = static_cast<const char*>(buffer);
   // A part of a frame would spoil the next one, so it is all or a failure.
   for (std::int32_t left = length; left > 0;) {
-    const ssize_t sent = write_some(self.fd, next, static_cast<std::size_t>(left));
+    const ssize_t sent = write_some(self, next, static_cast<std::size_t>(left));
     if (sent > 0) {
       next += sent;
       left -= static_cast<std::int32_t>(sent);

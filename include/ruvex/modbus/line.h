@@ -28,6 +28,7 @@ struct mod_line {
   void* where;
   bool is_closed;  // the last call found the line closed, and not just silent
   int error;       // the errno of it; 0: the peer has closed
+  bool is_socket;  // the line's own: how it sends
 };
 
 // Sets up a line over a descriptor that the caller has opened and closes. It becomes non-blocking
