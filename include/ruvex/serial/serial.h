@@ -22,22 +22,12 @@
 // threads share `c_cflag` and `c_iflag`, which nothing guards.
 #pragma once
 
-#include <termios.h>
-
 #include <cstdint>
 #include <memory>
 
-namespace ruvex {
+#include "ruvex/serial/port.h"
 
-// An open port. To be read by callers, and changed only through the operations.
-struct ser_port {
-  std::int32_t index;  // number in the device path; 0 for the console
-  speed_t speed;       // code of the speed, B2400 to B115200; of the console `baud` as given
-  std::int32_t fd;     // 0 for the console
-  char dev_name[88];   // path of the device, NUL-terminated; empty for the console
-  termios tio;         // the settings that the port applies
-  termios tio_saved;   // the settings found by serOpen
-};
+namespace ruvex {
 
 // The character format of every device port that is opened from now on: flags that are added to the
 // control flags and to the input flags. At the start they stand for 8 data bits, no parity, 1 stop
