@@ -1,4 +1,4 @@
-// Steps of opening. Failures are reported on standard
+// Steps of opening that ports by number and ports by path share. Failures are reported on standard
 // error.
 #pragma once
 

@@ -9,8 +9,8 @@ namespace ruvex {
 
 // An open port. To be read by callers, and changed only through the operations.
 struct ser_port {
-  std::int32_t index;  // number in the device path; 0 for the console
-  speed_t speed;       // code of the speed, B2400 to B115200; of the console `baud` as given
+  std::int32_t index;  // number in the device path; 0 for the console, -1 when opened by path
+  speed_t speed;       // code of the speed, B300 to B921600; of the console `baud` as given
   std::int32_t fd;     // 0 for the console
   char dev_name[88];   // path of the device, NUL-terminated; empty for the console
   termios tio;         // the settings that the port applies
