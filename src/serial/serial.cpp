@@ -179,6 +179,10 @@ std::int32_t serSend(ser_port* port, std::uint8_t byte) noexcept {
   return write_bytes(*port, &byte, 1);
 }
 
+std::int32_t serDropInput(void* port) noexcept {
+  return tcflush(static_cast<ser_port*>(port)->fd, TCIFLUSH);
+}
+
 std::int32_t serRecvBuf(void* port, void* buffer, std::int32_t length) noexcept {
   if (!is_length(length)) return -1;
   const ssize_t received =

@@ -349,5 +349,16 @@ TEST_F(Line, SettingsTakenInPartAreRefused) {
   }
 }
 
+TEST_F(Line, DroppedInputDoesNotComeLater) {
+  const ser_port_ptr port(serOpenPath(path.c_str(), {}, 1));
+  EXPECT_EQ(::write(far, "late", 4), 4);
+  EXPECT_EQ(serRecv(port.get()), 'l');
+  std::int32_t (*const drop)(void*) = serDropInput;
+  EXPECT_EQ(drop(port.get()), 0);
+  EXPECT_EQ(serRecvTimeout(port.get(), 50), 256);
+  ::close(std::exchange(far, -1));
+  EXPECT_EQ(drop(port.get()), -1);
+}
+
 }  // namespace
 }  // namespace ruvex

@@ -132,6 +132,10 @@ std::int32_t serSendStr(ser_port* port, const char* string) noexcept;
 std::int32_t serSendBuf(void* port, const void* buffer, std::int32_t length) noexcept;
 std::int32_t serSend(ser_port* port, std::uint8_t byte) noexcept;
 
+// Drops what has come and has not been read, in the driver as well: 0; -1 on failure (errno). A
+// byte that is still in the adapter comes later. It takes a ser_port as serRecvBuf does.
+std::int32_t serDropInput(void* port) noexcept;
+
 // Receives up to `length` bytes into `buffer`. The result is how many have come, at least 1; -1
 // when none has come within the port's time-out, on failure, and for a length below 1.
 //
