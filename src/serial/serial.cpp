@@ -1,5 +1,7 @@
 #include "ruvex/serial/serial.h"
 
+#include <linux/serial.h>
+#include <sys/ioctl.h>
 #include <sys/select.h>
 #include <unistd.h>
 
@@ -143,6 +145,8 @@ ser_port* serOpenMod(std::int32_t port_number, std::int32_t baud, std::int32_t t
 
 void serClose(ser_port* port) noexcept {
   if (port == nullptr) return;
+  if (port->rs485_saved != nullptr) ioctl(port->fd, TIOCSRS485, port->rs485_saved);
+  std::free(port->rs485_saved);
   tcsetattr(port->fd, TCSANOW, &port->tio_saved);
   give_up()(port);
 }

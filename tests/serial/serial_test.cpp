@@ -3,7 +3,9 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <linux/serial.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -17,6 +19,7 @@
 #include <tuple>
 #include <utility>
 
+#include "ruvex/serial/rs485.h"
 #include "support/failing_allocations.h"
 
 namespace ruvex {
@@ -38,6 +41,25 @@ extern "C" int __wrap_fcntl64(int fd, int command, long argument) {
   return static_cast<int>(::syscall(SYS_fcntl, fd, command, argument));
 }
 extern "C" [[gnu::alias("__wrap_fcntl64")]] int __wrap___fcntl_time64(int fd, int command, long);
+
+// A driver with direction control, which leaves out silently what it does not have.
+static struct {
+  bool exists;
+  std::uint32_t lacking, longest_delay;
+  serial_rs485 now;
+} driver;
+extern "C" int __wrap_ioctl(int fd, unsigned long request, serial_rs485* rs485) {
+  if (!driver.exists) return static_cast<int>(::syscall(SYS_ioctl, fd, request, rs485));
+  if (request == TIOCSRS485) {
+    rs485->flags &= ~driver.lacking;
+    for (auto* delay : {&rs485->delay_rts_before_send, &rs485->delay_rts_after_send})
+      *delay = std::min(*delay, driver.longest_delay);
+    driver.now = *rs485;
+  }
+  return *rs485 = driver.now, 0;
+}
+extern "C" [[gnu::alias("__wrap_ioctl")]] int __wrap___ioctl_time64(int, unsigned long,
+                                                                    serial_rs485*);
 
 namespace {
 
@@ -358,6 +380,40 @@ TEST_F(Line, DroppedInputDoesNotComeLater) {
   EXPECT_EQ(serRecvTimeout(port.get(), 50), 256);
   ::close(std::exchange(far, -1));
   EXPECT_EQ(drop(port.get()), -1);
+}
+
+TEST_F(Line, DirectionControlIsSetWholeOrNotAtAll) {
+  ser_port_ptr port(serOpenPath(path.c_str(), {}, 1));
+  const int refusal = ::ioctl(near, TIOCGRS485, &driver.now) == 0 ? 0 : errno;
+  EXPECT_EQ(serSetRs485(port.get(), nullptr), -1);
+  EXPECT_EQ(errno, refusal);
+  const auto values = [&now = driver.now] {
+    return std::tuple(now.flags, now.delay_rts_before_send, now.delay_rts_after_send);
+  };
+  driver = {true, 0, 100, {}};
+  driver.now.delay_rts_before_send = 7;
+  const auto before = values();
+  // clang-format off
+  constexpr std::uint32_t on = SER_RS485_ENABLED, level = SER_RS485_RTS_ON_SEND,
+                          other_level = SER_RS485_RTS_AFTER_SEND, echo = SER_RS485_RX_DURING_TX;
+  const std::tuple<ser_rs485, std::uint32_t, int, decltype(values())> cases[] = {
+      {{-1, 0, true, false}, 0, EINVAL, {}}, {{0, -1, true, false}, 0, EINVAL, {}},
+      {{101, 0, true, false}, 0, EOPNOTSUPP, {}}, {{0, 101, true, false}, 0, EOPNOTSUPP, {}},
+      {{2, 3, true, false}, on, EOPNOTSUPP, {}}, {{2, 3, true, true}, echo, EOPNOTSUPP, {}},
+      {{2, 3, true, false}, level, EOPNOTSUPP, {}}, {{2, 3, true, false}, 0, 0, {on | level, 2, 3}},
+      {{0, 100, false, true}, 0, 0, {on | other_level | echo, 0, 100}}};
+  // clang-format on
+  for (const auto& [rs485, lacking, error, after] : cases) {
+    driver.lacking = lacking;
+    errno = 0;
+    EXPECT_EQ(serSetRs485(port.get(), &rs485), error == 0 ? 0 : -1);
+    EXPECT_EQ(std::tuple(errno, values()), std::tuple(error, error == 0 ? after : before));
+  }
+  EXPECT_EQ(serSetRs485(port.get(), nullptr), 0);
+  EXPECT_EQ(values(), std::tuple(0U, 0U, 0U));
+  port.reset();
+  EXPECT_EQ(values(), before);
+  driver.exists = false;
 }
 
 }  // namespace

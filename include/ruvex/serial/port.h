@@ -5,6 +5,8 @@
 
 #include <cstdint>
 
+struct serial_rs485;  // of <linux/serial.h>
+
 namespace ruvex {
 
 // An open port. To be read by callers, and changed only through the operations.
@@ -15,6 +17,7 @@ struct ser_port {
   char dev_name[88];   // path of the device, NUL-terminated; empty for the console
   termios tio;         // the settings that the port applies
   termios tio_saved;   // the settings found at opening
+  serial_rs485* rs485_saved;  // what serSetRs485 found first; null until then
 };
 
 }  // namespace ruvex

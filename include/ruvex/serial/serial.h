@@ -8,6 +8,7 @@
 //   serial.h   opening by number and by path, closing, sending, receiving
 //   format.h   speed and character format of a port that is opened by path
 //   port.h     the record
+//   rs485.h    direction control of an RS-485 line
 //
 // Port numbers:
 //   -1         the console: standard input, descriptor 0
@@ -103,9 +104,9 @@ ser_port* serOpenMod(std::int32_t port_number, std::int32_t baud, std::int32_t t
 // parity are not compared.
 ser_port* serOpenPath(const char* path, const ser_format& format, std::int32_t timeout) noexcept;
 
-// Puts back the settings that were found at opening, closes the device (the console stays open) and
-// releases the port. Output that is still waiting may be lost: call serTxWait first. Null is
-// allowed; no other operation allows it.
+// Puts back the settings that were found at opening, and those that serSetRs485 found (rs485.h),
+// closes the device (the console stays open) and releases the port. Output that is still waiting
+// may be lost: call serTxWait first. Null is allowed; no other operation allows it.
 void serClose(ser_port* port) noexcept;
 
 // Owns a port.
