@@ -1,6 +1,7 @@
 #include "ruvex/serial/serial.h"
 
-#include <fcntl.h>
+#include <linux/serial.h>
+#include <sys/ioctl.h>
 #include <sys/select.h>
 #include <unistd.h>
 
@@ -13,43 +14,31 @@
 #include <iterator>
 #include <utility>
 
+#include "line_settings.h"
+#include "opening.h"
+
 namespace ruvex {
 namespace {
 
 static_assert(FD_SETSIZE == 1024);
 
 constexpr std::int32_t console_number = -1;
-constexpr int no_descriptor = -1;
 
-struct rate {
-  std::int32_t baud;
-  speed_t code;
-  bool can_be_changed_to;  // by serSetBaud
-};
 struct family {
   std::int32_t first_number;
   const char* name;
 };
-struct format {
+struct mode_flags {
   std::int32_t mode;
   tcflag_t input, control;
 };
 // clang-format off
-constexpr rate rates[] = {
-    {  2400, B2400,   false},
-    {  4800, B4800,   false},
-    {  9600, B9600,   true},
-    { 19200, B19200,  true},
-    { 38400, B38400,  true},
-    { 57600, B57600,  true},
-    {115200, B115200, true},
-};
 constexpr family families[] = {
     {20, "AM"},
     {10, "USB"},
     { 0, "S"},
 };
-constexpr format formats[] = {
+constexpr mode_flags modes[] = {
     {1, IGNPAR,         CS7 | CSTOPB},
     {2, INPCK | ISTRIP, CS7 | PARENB},
     {3, INPCK | ISTRIP, CS7 | PARENB | PARODD},
@@ -61,32 +50,6 @@ constexpr format formats[] = {
 constexpr std::uint32_t devices_of_a_family = 6;
 constexpr tcflag_t always = CREAD | CLOCAL;
 
-// A port that serOpen is about to make. Unlike serClose, giving it up leaves the settings alone,
-// which may not have been read yet.
-struct give_up {
-  void operator()(ser_port* port) const noexcept {
-    if (port->fd > 0) close(port->fd);
-    std::free(port);
-  }
-};
-using unfinished_port = std::unique_ptr<ser_port, give_up>;
-
-const rate* find_rate(std::int32_t baud) {
-  const rate* found = std::ranges::find(rates, baud, &rate::baud);
-  return found == std::end(rates) ? nullptr : found;
-}
-
-unfinished_port allocate(speed_t speed) {
-  unfinished_port port(static_cast<ser_port*>(std::calloc(1, sizeof(ser_port))));
-  if (port == nullptr) {
-    std::perror("serOpen:calloc():");
-    return nullptr;
-  }
-  port->fd = no_descriptor;
-  port->speed = speed;
-  return port;
-}
-
 // Sets `index` and `dev_name`; false when there is no such device.
 bool name_device(ser_port& port, std::int32_t number) {
   const family* of = families;
@@ -96,36 +59,12 @@ bool name_device(ser_port& port, std::int32_t number) {
   return static_cast<std::uint32_t>(port.index) < devices_of_a_family;
 }
 
-bool open_descriptor(ser_port& port) {
-  // Without O_NONBLOCK the open would wait for the carrier of a line that has modem signals.
-  port.fd = open(port.dev_name, O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
-  if (port.fd < 0) {
-    const int reason = errno;
-    std::fprintf(stderr, "serOpen:Error trying to open %s\n", port.dev_name);
-    errno = reason;
-    std::perror("serOpen:open():");
-    return false;
-  }
-  if (fcntl(port.fd, F_SETFL, 0) != 0) {
-    std::perror("serOpen:fcntl():");
-    return false;
-  }
-  return true;
-}
-
-// Applies `tio`, completed by the time-out.
 ser_port* finish(unfinished_port port, std::int32_t timeout) {
-  port->tio.c_cc[VMIN] = timeout == 0 ? 1 : 0;
-  port->tio.c_cc[VTIME] = static_cast<cc_t>(timeout);
-  tcflush(port->fd, TCIFLUSH);
-  if (tcsetattr(port->fd, TCSANOW, &port->tio) == 0) return port.release();
-  std::perror("serOpen:tcsetattr():");
-  tcsetattr(port->fd, TCSANOW, &port->tio_saved);
-  return nullptr;
+  return apply_settings(*port, timeout) ? port.release() : nullptr;
 }
 
 ser_port* open_console(std::int32_t baud, std::int32_t timeout) {
-  unfinished_port port = allocate(static_cast<speed_t>(baud));
+  unfinished_port port = allocate_port(static_cast<speed_t>(baud));
   if (port == nullptr) return nullptr;
   if (isatty(STDIN_FILENO) == 0) {
     std::fputs("Not a terminal!\n", stderr);
@@ -139,12 +78,12 @@ ser_port* open_console(std::int32_t baud, std::int32_t timeout) {
 }
 
 ser_port* open_device(std::int32_t number, std::int32_t baud, std::int32_t timeout) {
-  const rate* speed = find_rate(baud);
+  const rate* speed = find_rate(baud, rate_user::number);
   if (speed == nullptr) {
     std::fprintf(stderr, "Invalid baud rate: %d\n", baud);
     return nullptr;
   }
-  unfinished_port port = allocate(speed->code);
+  unfinished_port port = allocate_port(speed->code);
   if (port == nullptr) return nullptr;
   if (!name_device(*port, number)) {
     std::fprintf(stderr, "Invalid serial port: %s\n", port->dev_name);
@@ -195,8 +134,8 @@ ser_port* serOpen(std::int32_t port_number, std::int32_t baud, std::int32_t time
 
 ser_port* serOpenMod(std::int32_t port_number, std::int32_t baud, std::int32_t timeout,
                      std::int32_t mode) noexcept {
-  const format* found = std::ranges::find(formats, mode, &format::mode);
-  if (found != std::end(formats)) {
+  const mode_flags* found = std::ranges::find(modes, mode, &mode_flags::mode);
+  if (found != std::end(modes)) {
     c_iflag = found->input;
     c_cflag = found->control;
   }
@@ -206,13 +145,15 @@ ser_port* serOpenMod(std::int32_t port_number, std::int32_t baud, std::int32_t t
 
 void serClose(ser_port* port) noexcept {
   if (port == nullptr) return;
+  if (port->rs485_saved != nullptr) ioctl(port->fd, TIOCSRS485, port->rs485_saved);
+  std::free(port->rs485_saved);
   tcsetattr(port->fd, TCSANOW, &port->tio_saved);
   give_up()(port);
 }
 
 std::int32_t serSetBaud(ser_port* port, std::int32_t baud) noexcept {
-  const rate* speed = find_rate(baud);
-  if (speed == nullptr || !speed->can_be_changed_to) return -1;
+  const rate* speed = find_rate(baud, rate_user::change);
+  if (speed == nullptr) return -1;
   port->speed = speed->code;
   cfsetispeed(&port->tio, speed->code);
   cfsetospeed(&port->tio, speed->code);
@@ -240,6 +181,10 @@ std::int32_t serSendBuf(void* port, const void* buffer, std::int32_t length) noe
 
 std::int32_t serSend(ser_port* port, std::uint8_t byte) noexcept {
   return write_bytes(*port, &byte, 1);
+}
+
+std::int32_t serDropInput(void* port) noexcept {
+  return tcflush(static_cast<ser_port*>(port)->fd, TCIFLUSH);
 }
 
 std::int32_t serRecvBuf(void* port, void* buffer, std::int32_t length) noexcept {

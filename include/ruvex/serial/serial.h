@@ -5,6 +5,11 @@
 //   serSendStr(port.get(), "AT\r");
 //   std::int32_t byte = serRecv(port.get());
 //
+//   serial.h   opening by number and by path, closing, sending, receiving
+//   format.h   speed and character format of a port that is opened by path
+//   port.h     the record
+//   rs485.h    direction control of an RS-485 line
+//
 // Port numbers:
 //   -1         the console: standard input, descriptor 0
 //   0 to 5     /dev/ttyS0 to /dev/ttyS5
@@ -22,27 +27,18 @@
 // threads share `c_cflag` and `c_iflag`, which nothing guards.
 #pragma once
 
-#include <termios.h>
-
 #include <cstdint>
 #include <memory>
 
+#include "ruvex/serial/format.h"
+#include "ruvex/serial/port.h"
+
 namespace ruvex {
 
-// An open port. To be read by callers, and changed only through the operations.
-struct ser_port {
-  std::int32_t index;  // number in the device path; 0 for the console
-  speed_t speed;       // code of the speed, B2400 to B115200; of the console `baud` as given
-  std::int32_t fd;     // 0 for the console
-  char dev_name[88];   // path of the device, NUL-terminated; empty for the console
-  termios tio;         // the settings that the port applies
-  termios tio_saved;   // the settings found by serOpen
-};
-
-// The character format of every device port that is opened from now on: flags that are added to the
-// control flags and to the input flags. At the start they stand for 8 data bits, no parity, 1 stop
-// bit, receiver on and modem lines ignored (CS8, CREAD, CLOCAL), and IGNPAR. Ports that are open
-// keep theirs.
+// The character format of every device port that is opened by number from now on: flags that are
+// added to the control flags and to the input flags. At the start they stand for 8 data bits, no
+// parity, 1 stop bit, receiver on and modem lines ignored (CS8, CREAD, CLOCAL), and IGNPAR. Ports
+// that are open keep theirs.
 extern tcflag_t c_cflag;
 extern tcflag_t c_iflag;
 
@@ -81,9 +77,36 @@ ser_port* serOpen(std::int32_t port_number, std::int32_t baud, std::int32_t time
 ser_port* serOpenMod(std::int32_t port_number, std::int32_t baud, std::int32_t timeout,
                      std::int32_t mode) noexcept;
 
-// Puts back the settings that serOpen found, closes the device (the console stays open) and
-// releases the port. Output that is still waiting may be lost: call serTxWait first. Null is
-// allowed; no other operation allows it.
+// Opens the terminal device at `path` in raw mode, with `format` and nothing of `c_cflag` and
+// `c_iflag`. Modem lines are ignored, and unread input is discarded. All bits of a byte are kept. A
+// byte whose parity is wrong is received as 0, so that a checksum finds it. Without parity, a byte
+// whose stop bit is wrong is dropped.
+//   path     not null; at most 87 characters, such as "/dev/serial/by-id/usb-..." or "/dev/ttyACM0"
+//   timeout  as for serOpen, but 0 to 255
+// The caller owns the port, whose `index` is -1. Null on failure: nothing stays open or allocated,
+// the line has its former settings again, and standard error holds one of these. What is no
+// character device is not even opened; nothing is created or cut, and opening does not wait.
+//   Invalid baud rate: 31250                          and so on for the parts of `format`:
+//   Invalid data bits: 9
+//   Invalid parity: X                                 0x07, if the character cannot be printed
+//   Invalid stop bits: 3
+//   Invalid time-out: 256
+//   serOpen:Path longer than 87 characters: /dev/...
+//   perror serOpen:calloc():
+//   Not a terminal: /dev/null
+//   serOpen:Error trying to open /dev/ttyACM0         and on the next line perror serOpen:open():
+//   perror serOpen:fcntl():
+//   perror serOpen:tcgetattr():
+//   perror serOpen:tcsetattr():
+//   serOpen:/dev/ttyACM0 does not take parity E       or another part of `format`
+// The last one is for a driver that takes the settings only in part. A pseudo-terminal carries 8
+// bits without parity, whatever is asked for, and no line stands behind it; so its data bits and
+// parity are not compared.
+ser_port* serOpenPath(const char* path, const ser_format& format, std::int32_t timeout) noexcept;
+
+// Puts back the settings that were found at opening, and those that serSetRs485 found (rs485.h),
+// closes the device (the console stays open) and releases the port. Output that is still waiting
+// may be lost: call serTxWait first. Null is allowed; no other operation allows it.
 void serClose(ser_port* port) noexcept;
 
 // Owns a port.
@@ -109,6 +132,10 @@ std::int32_t serTxWait(ser_port* port) noexcept;
 std::int32_t serSendStr(ser_port* port, const char* string) noexcept;
 std::int32_t serSendBuf(void* port, const void* buffer, std::int32_t length) noexcept;
 std::int32_t serSend(ser_port* port, std::uint8_t byte) noexcept;
+
+// Drops what has come and has not been read, in the driver as well: 0; -1 on failure (errno). A
+// byte that is still in the adapter comes later. It takes a ser_port as serRecvBuf does.
+std::int32_t serDropInput(void* port) noexcept;
 
 // Receives up to `length` bytes into `buffer`. The result is how many have come, at least 1; -1
 // when none has come within the port's time-out, on failure, and for a length below 1.
