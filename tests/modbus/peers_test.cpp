@@ -190,20 +190,25 @@ modbus_t* libmodbus(bool is_tcp, const sockaddr_in& address, const char* device)
   return peer;
 }
 
+// Serves as slave `unit` of libmodbus.
+void serve_as_libmodbus(modbus_t* peer) {
+  modbus_mapping_t* tables = modbus_mapping_new(100, 100, 100, 100);
+  for (int at = 0; at < 100; ++at) {
+    tables->tab_input_bits[at] = at % 3 == 0 ? 1 : 0;
+    tables->tab_input_registers[at] = static_cast<std::uint16_t>(100 + at);
+  }
+  std::uint8_t query[MODBUS_TCP_MAX_ADU_LENGTH];
+  for (int length = 0; length >= 0 || errno != ECONNRESET;) {
+    length = modbus_receive(peer, query);
+    if (length > 0) modbus_reply(peer, query, length, tables);
+  }
+}
+
 TEST_P(Peers, LibmodbusServesOurMaster) {
   run_peer([&] {
     modbus_t* peer = libmodbus(is_tcp, address_, device_);
     is_tcp ? modbus_tcp_accept(peer, &listener_) : modbus_connect(peer);
-    modbus_mapping_t* tables = modbus_mapping_new(100, 100, 100, 100);
-    for (int at = 0; at < 100; ++at) {
-      tables->tab_input_bits[at] = at % 3 == 0 ? 1 : 0;
-      tables->tab_input_registers[at] = static_cast<std::uint16_t>(100 + at);
-    }
-    std::uint8_t query[MODBUS_TCP_MAX_ADU_LENGTH];
-    for (int length = 0; length >= 0;) {
-      length = modbus_receive(peer, query);
-      if (length > 0) modbus_reply(peer, query, length, tables);
-    }
+    serve_as_libmodbus(peer);
   });
   drive_with_our_master(GetParam(), connected());
 }
@@ -234,6 +239,57 @@ TEST_P(Peers, OurSlaveServesLibmodbus) {
   EXPECT_EQ(modbus_report_slave_id(client, sizeof id, id), -1);
   EXPECT_EQ(errno, is_tcp ? EMBXILFUN : ETIMEDOUT) << "4 characters are no RTU frame";
   modbus_free(client);
+}
+
+// Three pseudo-terminals on one line: what one says, the others hear.
+struct shared_line {
+  pollfd taps[3];
+  char devices[3][64];
+  int held[3];
+
+  shared_line() {
+    termios raw = {};
+    ::cfmakeraw(&raw);
+    for (int at = 0; at < 3; ++at) {
+      taps[at] = {-1, POLLIN, 0};
+      EXPECT_EQ(::openpty(&taps[at].fd, &held[at], devices[at], &raw, nullptr), 0);
+    }
+  }
+  void carry() {
+    std::uint8_t bytes[512];
+    while (::poll(taps, 3, -1) > 0) {
+      for (const pollfd& from : taps) {
+        const ssize_t got = (from.revents & POLLIN) != 0 ? ::read(from.fd, bytes, sizeof bytes) : 0;
+        for (const pollfd& to : taps) {
+          if (got < 1 || to.fd == from.fd) continue;
+          EXPECT_EQ(::write(to.fd, bytes, static_cast<std::size_t>(got)), got);
+        }
+      }
+    }
+  }
+};
+
+TEST(SharedLine, TwoSlavesOfDifferentMakersAnswerAThirdMaster) {
+  if (!succeeds("/usr/bin/python3 -c 'import pymodbus.client'")) GTEST_SKIP() << "no pymodbus";
+  shared_line line;
+  pid_t helpers[3];
+  const std::function<void()> runs[3] = {
+      [&] { line.carry(); },
+      [&] { serve_as_our_slave(MOD_RTU, line.held[0]); },
+      [&] {
+        modbus_t* peer = libmodbus(false, {}, line.devices[1]);
+        modbus_set_slave(peer, 18);
+        modbus_connect(peer);
+        serve_as_libmodbus(peer);
+      },
+  };
+  for (int at = 0; at < 3; ++at) {
+    if ((helpers[at] = ::fork()) == 0) runs[at](), ::_exit(1);
+  }
+  const std::string master = std::string("/usr/bin/python3 ") + RUVEX_PYMODBUS_MASTER + " ";
+  EXPECT_EQ(std::system((master + line.devices[2]).c_str()), 0)
+      << "exchanges that went wrong * 256";
+  for (const pid_t helper : helpers) ::kill(helper, SIGKILL), ::waitpid(helper, nullptr, 0);
 }
 
 #endif
