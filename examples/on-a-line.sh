@@ -40,5 +40,5 @@ children="$children $!"
 # Opening discards what has come before.
 until ls -l "/proc/$!/fd" | grep -q /dev/pts/; do sleep 0.1; done
 sleep 0.2
-"$@" "$master" ${ports##* } >"$work/printed"
+"$@" "$master" "${links##* }" 19200,8E1 >"$work/printed"
 diff "$expected" "$work/printed"

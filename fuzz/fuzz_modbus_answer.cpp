@@ -19,6 +19,10 @@ namespace {
 
 using bytes = std::vector<std::uint8_t>;
 
+bytes said_until(const bytes& said, std::size_t end) {
+  return {said.data(), said.data() + end};
+}
+
 // The frame of the message that a context holds is a part of what was said.
 void require_said(const mod_ctx& ctx, std::int32_t length, const bytes& said) {
   bytes frame(mod_buffer_size);
@@ -60,7 +64,7 @@ void search_answer(std::uint8_t protocol, const mod_mex& request, const bytes& s
     if (found == finding::out_of_step) return require(protocol == MOD_TCP, "only connections");
     if (found != finding::answer && found != finding::exception) continue;
     require_wanted(*ctx, wanted, found == finding::exception);
-    return require_said(*ctx, ctx->length, {said.begin(), said.begin() + (is_end ? at : at + 1)});
+    return require_said(*ctx, ctx->length, said_until(said, is_end ? at : at + 1));
   }
 }
 
@@ -85,7 +89,7 @@ void search_requests(const bytes& said) {
     require(length >= -1 && length <= mod_buffer_size, "a request is within the buffer");
     if (length < 0) continue;
     const std::int32_t count = mod_rxToBin(MOD_RTU, length, ctx->buffer, ctx->buffer);
-    if (count >= 0) require_said(*ctx, count, {said.begin(), said.begin() + left.next});
+    if (count >= 0) require_said(*ctx, count, said_until(said, left.next));
     require(count >= 0 || left.next == said.size(), "what is corrupt ends with the input");
   }
 }
