@@ -58,15 +58,19 @@ void del_unit_cfg(unit_cfg* unit) noexcept {
 
 void del_yax_cfg(yax_cfg* doc) noexcept {
   if (doc == nullptr) return;
-  while (doc->unit_list != nullptr) {
-    del_unit_cfg(std::exchange(doc->unit_list, doc->unit_list->next));
-  }
+  del_unit_list(doc->unit_list);
   std::free(doc);
 }
 
 void unit_cfg_delete::operator()(unit_cfg* unit) const noexcept {
   release_channels(*unit);
   std::free(unit);
+}
+
+void del_unit_list(unit_cfg* head) noexcept {
+  while (head != nullptr) {
+    const unit_cfg_ptr unit(std::exchange(head, head->next));
+  }
 }
 
 int swap_chn_cfg(chn_cfg* chn) noexcept {

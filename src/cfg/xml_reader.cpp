@@ -1,21 +1,15 @@
 #include "ruvex/cfg/xml_reader.h"
 
-#include <fcntl.h>
-#include <sys/mman.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <limits>
-#include <memory>
 #include <string_view>
+#include <utility>
 
+#include "file_content.h"
 #include "ruvex/cfg/doc_defaults.h"
 #include "ruvex/cfg/fields.h"
 #include "ruvex/xml/parser.h"
@@ -26,24 +20,39 @@ char yax_xml_parse_error[128] = {};
 
 namespace {
 
-constexpr std::int32_t no_tag = -1;                       // before the document element
+constexpr std::int32_t no_tag = -1;                       // outside of every element
 constexpr std::int32_t unknown_tag = int{tag_count} + 1;  // of an element whose name is no tag
 
 constexpr std::int32_t tag_doc = tag("yax_cfg");
 constexpr std::int32_t tag_unit = tag("unit_cfg");
 constexpr std::int32_t tag_chn = tag("chn_cfg");
 
-// One read. The document element has place 0 of the stack. Known elements need four places, so what
-// is deeper than the stack is unknown and only counted: no document can overrun it.
+// What a reader takes.
+struct document_form {
+  std::int32_t root;    // the element that is wanted outside of all others
+  const char* outside;  // what a refusal calls that place
+  const char* no_root;  // the reason when no element stands there; null: the parser's own
+  std::int32_t (*parse)(SimpleXmlParser* parser, SimpleXmlTagHandler handler) noexcept;
+};
+constexpr document_form whole_document = {tag_doc, "this place", nullptr, simpleXmlParse};
+constexpr document_form unit_file = {
+    tag_unit, "a unit file", "only unit_cfg is allowed in a unit file", simpleXmlParseSequence};
+
+// One read. Place 0 of the stack is the document element yax_cfg; in a unit file it is what is
+// outside of the units. Known elements need four places, so what is deeper than the stack is
+// unknown and only counted: no document can overrun it.
 struct reader_state {
+  const document_form* form = nullptr;
   yax_cfg* cfg_ptr = nullptr;
   std::int32_t cur_tag = no_tag;
   std::int32_t cur_idx = 0;
-  std::array<std::int32_t, 8> tag_val = {};
+  std::array<std::int32_t, 8> tag_val = {no_tag};
   unit_cfg* cur_unit = nullptr;
   chn_cfg* cur_chn = nullptr;
   std::size_t next_row = 0;  // of chn_elements: the one that is due in a written document
+  bool is_other_root = false;
   char reason[128] = {};
+  int error = 0;
 };
 
 // The row of a table that has this tag; null when none has.
@@ -64,8 +73,11 @@ constexpr auto* find_row(std::int32_t tag) noexcept {
 }
 
 const char* text_of(std::int32_t tag) noexcept {
-  if (tag == unknown_tag) return "an unknown element";
-  return tag == no_tag ? "this place" : tag_text(tag);
+  return tag == unknown_tag ? "an unknown element" : tag_text(tag);
+}
+
+const char* place_of(const reader_state& state) noexcept {
+  return state.cur_tag == no_tag ? state.form->outside : text_of(state.cur_tag);
 }
 
 void push(reader_state& state, std::int32_t tag) noexcept {
@@ -95,7 +107,10 @@ void append(SimpleXmlParser* parser, reader_state& state, Record*& head, Record*
     return abort_read(parser, state, "more than %d records in one list", int{max_list_count});
   }
   Record* record = make_record<Record>().release();
-  if (record == nullptr) return abort_read(parser, state, "out of memory");
+  if (record == nullptr) {
+    state.error = ENOMEM;
+    return abort_read(parser, state, "out of memory");
+  }
   if (head == nullptr) {
     head = record;
   } else {
@@ -106,10 +121,13 @@ void append(SimpleXmlParser* parser, reader_state& state, Record*& head, Record*
   ++count;
 }
 
-bool is_allowed(std::int32_t parent, std::int32_t tag) noexcept {
-  switch (parent) {
+// An element whose name is no tag is ignored, the document element too. Between units it would be
+// the content of another file.
+bool is_allowed(const reader_state& state, std::int32_t tag) noexcept {
+  if (tag == unknown_tag) return state.cur_tag != no_tag || state.form == &whole_document;
+  switch (state.cur_tag) {
     case no_tag:
-      return tag == tag_doc;
+      return tag == state.form->root;
     case tag_doc:
       return tag == tag_unit || find_row<doc_elements>(tag) != nullptr;
     case tag_unit:
@@ -135,13 +153,14 @@ bool start_due_element(reader_state& state, const char* name) noexcept {
 
 void start_element(SimpleXmlParser* parser, reader_state& state, const char* name) {
   if (start_due_element(state, name)) return;
-  const std::int32_t tag = find_tag(name);
-  if (tag < 0) return push(state, unknown_tag);
-  if (!is_allowed(state.cur_tag, tag)) {
-    return abort_read(parser, state, "%s is not allowed in %s", name, text_of(state.cur_tag));
+  const std::int32_t found = find_tag(name);
+  const std::int32_t tag = found < 0 ? unknown_tag : found;
+  if (state.cur_tag == no_tag && tag != state.form->root) state.is_other_root = true;
+  if (!is_allowed(state, tag)) {
+    return abort_read(parser, state, "%s is not allowed in %s", text_of(tag), place_of(state));
   }
   if (tag == tag_doc) {
-    state.cur_tag = tag_doc;
+    state.cur_tag = state.tag_val[0] = tag_doc;
     return;
   }
   if (tag == tag_unit) {
@@ -190,64 +209,61 @@ void store_content(SimpleXmlParser* parser, reader_state& state, std::string_vie
   }
 }
 
-struct free_delete {
-  void operator()(char* bytes) const noexcept { std::free(bytes); }
-};
-
-struct file_content {
-  std::unique_ptr<char, free_delete> bytes;
-  std::int32_t length = 0;
-};
-
-// A large document is read into huge pages, where the system has them. In small ones, reading 20 MB
-// takes 1.4 times the processor time.
-char* allocate(std::size_t size) noexcept {
-  constexpr std::size_t huge_page = std::size_t{2} << 20;
-  if (size < 2 * huge_page) return static_cast<char*>(std::malloc(size));
-  void* bytes = std::aligned_alloc(huge_page, (size + huge_page - 1) / huge_page * huge_page);
-  if (bytes != nullptr) ::madvise(bytes, size, MADV_HUGEPAGE);
-  return static_cast<char*>(bytes);
+void tell(xml_read_report* report, std::string_view reason, std::int32_t line, int error) noexcept {
+  if (report == nullptr) return;
+  static_cast<void>(report->reason.assign(reason));  // none is longer
+  report->line = line;
+  report->error = error;
 }
 
-// A file that is shorter than its size said is refused: a part of a document is no document.
-bool read_exactly(int descriptor, char* to, std::size_t count) noexcept {
-  while (count > 0) {
-    const ssize_t got = ::read(descriptor, to, count);
-    if (got < 0 && errno == EINTR) continue;
-    if (got <= 0) return false;
-    to += got;
-    count -= static_cast<std::size_t>(got);
-  }
-  return true;
-}
-
-// The whole file; no bytes when it cannot be had.
-file_content read_file(const char* path) noexcept {
-  struct stat status;
-  if (::stat(path, &status) != 0 || status.st_size < 1 ||
-      status.st_size > std::numeric_limits<std::int32_t>::max()) {
-    return {};
-  }
-  const int descriptor = ::open(path, O_RDONLY | O_CLOEXEC);
-  if (descriptor < 0) return {};
-  const auto size = static_cast<std::size_t>(status.st_size);
-  file_content content = {std::unique_ptr<char, free_delete>(allocate(size)),
-                          static_cast<std::int32_t>(size)};
-  if (content.bytes != nullptr && !read_exactly(descriptor, content.bytes.get(), size)) {
-    content.bytes.reset();
-  }
-  ::close(descriptor);
-  return content;
-}
-
-void report(SimpleXmlParser* parser, const reader_state& state) noexcept {
+// Prints and tells why a parse has failed.
+void refuse(SimpleXmlParser* parser, const reader_state& state, xml_read_report* report) noexcept {
   const char* reason = simpleXmlGetErrorDescription(parser);
   if (parser->error >= SIMPLE_XML_USER_ABORT) {  // the reader's own refusal
     reason = yax_xml_parse_error[0] != '\0' ? yax_xml_parse_error : state.reason;
+  } else if (parser->error == SIMPLE_XML_NO_DOCUMENT_TAG && state.form->no_root != nullptr) {
+    reason = state.form->no_root;
   }
-  constexpr int longest = sizeof yax_xml_parse_error - 1;
-  std::fprintf(stderr, "XML PARSE ERROR \"%.*s\" on line %d\r\n", longest, reason,
-               simpleXmlGetLineNumber(parser));
+  const std::string_view shown(reason, ::strnlen(reason, sizeof yax_xml_parse_error - 1));
+  const std::int32_t line = simpleXmlGetLineNumber(parser);
+  std::fprintf(stderr, "XML PARSE ERROR \"%.*s\" on line %d\r\n", static_cast<int>(shown.size()),
+               shown.data(), line);
+  tell(report, shown, line, parser->error == SIMPLE_XML_OUT_OF_MEMORY ? ENOMEM : state.error);
+}
+
+// Reads into a new document. The bytes up to where reading ended go to `end`; null after a failure,
+// which has been told.
+yax_cfg_ptr parse(const document_form& form, const char* bytes, std::int32_t length,
+                  std::int32_t* end, xml_read_report* report) noexcept {
+  if (report != nullptr) *report = {};
+  if (bytes == nullptr || length < 1) {
+    tell(report, "the document is empty", 0, 0);
+    return nullptr;
+  }
+  yax_cfg_ptr doc(make_record<yax_cfg>().release());
+  const xml_parser_ptr parser(simpleXmlCreateParser(bytes, length));
+  reader_state state = {.form = &form, .cfg_ptr = doc.get()};
+  if (doc == nullptr || parser == nullptr || simpleXmlPushUserData(parser.get(), &state) == 0) {
+    tell(report, "out of memory", 0, ENOMEM);
+    return nullptr;
+  }
+  init_yax_cfg(doc.get());
+  const std::int32_t error = form.parse(parser.get(), handler);
+  if (report != nullptr) report->is_other_root = state.is_other_root;
+  if (error != SIMPLE_XML_NO_ERROR) {
+    refuse(parser.get(), state, report);
+    return nullptr;
+  }
+  if (end != nullptr) *end = parser->inputPosition;
+  return doc;
+}
+
+// False, which has been told, when the file cannot be read.
+bool is_read(const file_content& content, xml_read_report* report) noexcept {
+  if (report != nullptr) *report = {};
+  if (content.failure == nullptr) return true;
+  tell(report, content.failure, 0, content.error);
+  return false;
 }
 
 }  // namespace
@@ -277,26 +293,36 @@ SimpleXmlTagHandler handler(SimpleXmlParser* parser, std::int32_t event, const c
   return handler;
 }
 
-yax_cfg* parse_xml_cfg(const char* document, std::int32_t length, std::int32_t* end) noexcept {
-  yax_cfg_ptr doc(make_record<yax_cfg>().release());
-  if (doc == nullptr) return nullptr;
-  init_yax_cfg(doc.get());
-  const xml_parser_ptr parser(simpleXmlCreateParser(document, length));
-  reader_state state;
-  state.cfg_ptr = doc.get();
-  if (parser == nullptr || simpleXmlPushUserData(parser.get(), &state) == 0) return nullptr;
-  if (simpleXmlParse(parser.get(), handler) != SIMPLE_XML_NO_ERROR) {
-    report(parser.get(), state);
-    return nullptr;
-  }
-  if (end != nullptr) *end = parser->inputPosition;
-  return doc.release();
+yax_cfg* parse_xml_cfg(const char* document, std::int32_t length, std::int32_t* end,
+                       xml_read_report* report) noexcept {
+  return parse(whole_document, document, length, end, report).release();
 }
 
-yax_cfg* read_xml_cfg(const char* path) noexcept {
+yax_cfg* read_xml_cfg(const char* path, xml_read_report* report) noexcept {
   const file_content content = read_file(path);
-  if (content.bytes == nullptr) return nullptr;
-  return parse_xml_cfg(content.bytes.get(), content.length);
+  if (!is_read(content, report)) return nullptr;
+  return parse_xml_cfg(content.bytes.get(), content.length, nullptr, report);
+}
+
+std::optional<unit_list_ptr> parse_xml_unit_cfg(const char* units, std::int32_t length,
+                                                xml_read_report* report) noexcept {
+  if (length == 0) {
+    if (report != nullptr) *report = {};
+    return unit_list_ptr();
+  }
+  const yax_cfg_ptr owner = parse(unit_file, units, length, nullptr, report);
+  if (owner == nullptr) return std::nullopt;
+  return unit_list_ptr(std::exchange(owner->unit_list, nullptr));
+}
+
+std::optional<unit_list_ptr> read_xml_unit_cfg(const char* path, xml_read_report* report) noexcept {
+  const file_content content = read_file(path);
+  if (!is_read(content, report)) return std::nullopt;
+  if (content.goes_on) {
+    tell(report, "the file is longer than its size", 0, 0);
+    return std::nullopt;
+  }
+  return parse_xml_unit_cfg(content.bytes.get(), content.length, report);
 }
 
 }  // namespace ruvex

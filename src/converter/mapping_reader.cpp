@@ -7,6 +7,7 @@
 #include <cinttypes>
 #include <utility>
 
+#include "ruvex/cfg/edit.h"
 #include "ruvex/mapping/line_reader.h"
 #include "ruvex/mapping/point_reader.h"
 #include "ruvex/mapping/rules.h"
@@ -89,13 +90,7 @@ csv_result not_readable(csv_result result) noexcept {
 }  // namespace
 
 void free_units() noexcept {
-  while (modUnits != nullptr) {
-    const record_ptr<unit_cfg> unit(std::exchange(modUnits, modUnits->next));
-    chn_cfg* chn = unit->chn_list;
-    while (chn != nullptr) {
-      const record_ptr<chn_cfg> released(std::exchange(chn, chn->next));
-    }
-  }
+  del_unit_list(std::exchange(modUnits, nullptr));
 }
 
 int read_csv_file(const char* path) noexcept {

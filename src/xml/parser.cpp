@@ -34,26 +34,46 @@ int fail(SimpleXmlParser* parser, SimpleXmlError error) noexcept {
   return 0;
 }
 
+// Whether a token of this kind may stand outside the elements, beside white space.
+bool is_skipped(std::int32_t token_type) noexcept {
+  return token_type == TOKEN_PROCESSING_INSTRUCTION || token_type == TOKEN_COMMENT ||
+         token_type == TOKEN_DOCTYPE;
+}
+
 // Skips what may stand before the document element and reads that element's name.
 int find_document_tag(SimpleXmlParser* parser) noexcept {
-  for (;;) {
+  do {
     if (skipWhitespace(parser) != 0) {
       clearSimpleXmlValueBuffer(parser->valueBuffer);
       readNextContentToken(parser);
     }
     if (parser->error == SIMPLE_XML_UNEXPECTED_END) return fail(parser, SIMPLE_XML_NO_DOCUMENT_TAG);
     if (parser->error != SIMPLE_XML_NO_ERROR) return 0;
-    switch (parser->tokenType) {
-      case TOKEN_PROCESSING_INSTRUCTION:
-      case TOKEN_COMMENT:
-      case TOKEN_DOCTYPE:
-        break;
-      case TOKEN_TAG_START:
-        return 1;
-      default:
-        return fail(parser, SIMPLE_XML_NO_DOCUMENT_TAG);
-    }
+  } while (is_skipped(parser->tokenType));
+  return parser->tokenType == TOKEN_TAG_START ? 1 : fail(parser, SIMPLE_XML_NO_DOCUMENT_TAG);
+}
+
+// Does the same for an element of a sequence. 0 at the end of the document, too, without an error.
+// Text is refused where it begins: that is the line to look at.
+int find_next_tag(SimpleXmlParser* parser) noexcept {
+  while (skipWhitespace(parser) != 0) {
+    if (peekInputChar(parser) != '<') return fail(parser, SIMPLE_XML_NO_DOCUMENT_TAG);
+    clearSimpleXmlValueBuffer(parser->valueBuffer);
+    if (readNextContentToken(parser) == 0) return 0;
+    if (is_skipped(parser->tokenType)) continue;
+    if (parser->tokenType == TOKEN_TAG_START) return 1;
+    const bool is_end = parser->tokenType == TOKEN_TAG_END;
+    return fail(parser, is_end ? SIMPLE_XML_MISMATCHED_END_TAG : SIMPLE_XML_NO_DOCUMENT_TAG);
   }
+  parser->error = SIMPLE_XML_NO_ERROR;
+  return 0;
+}
+
+int begin(SimpleXmlParser* parser, SimpleXmlTagHandler handler) noexcept {
+  if (!handler) return fail(parser, SIMPLE_XML_ILLEGAL_HANDLER);
+  if (parser->error != SIMPLE_XML_NOT_STARTED) return fail(parser, SIMPLE_XML_NOT_INITIALIZED);
+  parser->error = SIMPLE_XML_NO_ERROR;
+  return 1;
 }
 
 }  // namespace
@@ -101,10 +121,8 @@ const char* getSimpleXmlParseErrorDescription(const SimpleXmlParser* parser) noe
 }
 
 int parseSimpleXml(SimpleXmlParser* parser, SimpleXmlTagHandler handler) noexcept {
-  if (!handler) return fail(parser, SIMPLE_XML_ILLEGAL_HANDLER);
-  if (parser->error != SIMPLE_XML_NOT_STARTED) return fail(parser, SIMPLE_XML_NOT_INITIALIZED);
-  parser->error = SIMPLE_XML_NO_ERROR;
-  return find_document_tag(parser) != 0 ? parseOneTag(parser, handler) : 0;
+  const bool is_found = begin(parser, handler) != 0 && find_document_tag(parser) != 0;
+  return is_found ? parseOneTag(parser, handler) : 0;
 }
 
 SimpleXmlParser* simpleXmlCreateParser(const char* document, std::int32_t length) noexcept {
@@ -123,6 +141,14 @@ void simpleXmlDestroyParser(SimpleXmlParser* parser) noexcept {
 std::int32_t simpleXmlParse(SimpleXmlParser* parser, SimpleXmlTagHandler handler) noexcept {
   if (parser == nullptr) return SIMPLE_XML_NOT_INITIALIZED;
   return parseSimpleXml(parser, handler) != 0 ? SIMPLE_XML_NO_ERROR : parser->error;
+}
+
+std::int32_t simpleXmlParseSequence(SimpleXmlParser* parser, SimpleXmlTagHandler handler) noexcept {
+  if (parser == nullptr) return SIMPLE_XML_NOT_INITIALIZED;
+  if (begin(parser, handler) == 0) return parser->error;
+  while (find_next_tag(parser) != 0 && parseOneTag(parser, handler) != 0) {
+  }
+  return parser->error;
 }
 
 void simpleXmlParseAbort(SimpleXmlParser* parser, std::int32_t code) noexcept {

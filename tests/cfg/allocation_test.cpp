@@ -1,6 +1,7 @@
 // Every allocation of an operation fails once.
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <memory>
 #include <string>
 
@@ -59,11 +60,16 @@ TEST(Allocation, EachFailureOfReadingEndsTheRead) {
     nested = "<" + name + ">" + nested + "</" + name + ">";
   }
   const temporary_file file;
-  const char* path = file.filled_with(
-      "<yax_cfg name='&amp;'><unit_cfg poll_delay='1'><chn_cfg><chn_type>&lt;</chn_type></chn_cfg>"
-      "</unit_cfg><unit_cfg/>" +
-      nested + std::string(5U << 20, ' ') + "</yax_cfg>");
-  const auto read = [path] { return yax_cfg_ptr(read_xml_cfg(path)); };
+  file.filled_with(
+      "<unit_cfg poll_delay='&amp;'><chn_cfg><chn_type>&lt;</chn_type></chn_cfg></unit_cfg>"
+      "<unit_cfg>" +
+      nested + std::string(5U << 20, ' ') + "</unit_cfg>");
+  const auto read = [&] {
+    xml_read_report report;
+    auto units = read_xml_unit_cfg(file.path(), &report).value_or(nullptr);
+    EXPECT_EQ(report.error, units != nullptr ? 0 : ENOMEM);
+    return units;
+  };
   // The document, the file's bytes, and four blocks of the parser come before the parse.
   EXPECT_GE(allocations(read, "XML PARSE ERROR \"out of memory\" on line 1\r\n", 6), 12);
 }

@@ -18,24 +18,39 @@
 namespace ruvex {
 namespace {
 
-// What a read gives: its changes from the default document, or "null " and what is printed.
+std::string refused(const std::string& reason, int line = 1, bool is_other_root = false) {
+  return "null XML PARSE ERROR \"" + reason + "\" on line " + std::to_string(line) + "\r\n" +
+         (is_other_root ? "other root" : "");
+}
+
+// What a read gives: its changes from the default document, or "null " and what is printed, which
+// the report repeats. Where nothing is printed, "null" with the report's reason and errno.
 template <class Read>
 std::string result_of(Read read) {
+  xml_read_report report = {"earlier", 7, 7, true};
   testing::internal::CaptureStderr();
-  const yax_cfg_ptr doc(read());
-  const std::string printed = testing::internal::GetCapturedStderr();
-  EXPECT_TRUE(doc == nullptr || printed.empty()) << printed;
-  return doc == nullptr ? "null " + printed : changes_text(*doc);
+  const yax_cfg_ptr doc(read(&report));
+  std::string failure = "null " + testing::internal::GetCapturedStderr();
+  const std::string reason(report.reason.view());
+  EXPECT_EQ(doc != nullptr, reason.empty());
+  EXPECT_EQ(failure, report.line == 0 ? "null " : refused(reason, report.line));
+  if (report.line == 0) failure += reason + " " + std::to_string(report.error);
+  return (doc ? changes_text(*doc) : failure) + (report.is_other_root ? "other root" : "");
 }
 std::string read_file(const char* path) {
-  return result_of([path] { return read_xml_cfg(path); });
+  return result_of([path](auto* report) { return read_xml_cfg(path, report); });
+}
+std::string read_units(const char* path) {
+  return result_of([path](auto* report) {
+    auto units = read_xml_unit_cfg(path, report);
+    yax_cfg* doc = units ? parse_xml_cfg("<yax_cfg/>", 10) : nullptr;
+    if (doc != nullptr) doc->unit_list = units->release();
+    for (auto* at = doc ? doc->unit_list : nullptr; at != nullptr; at = at->next) ++doc->unit_count;
+    return doc;
+  });
 }
 std::string read(std::string_view document) {
-  const temporary_file file;
-  return read_file(file.filled_with(document));
-}
-std::string refused(const std::string& reason, int line = 1) {
-  return "null XML PARSE ERROR \"" + reason + "\" on line " + std::to_string(line) + "\r\n";
+  return read_file(temporary_file().filled_with(document));
 }
 
 // A document of these elements; one with them in a unit; and one with them in a channel.
@@ -61,7 +76,7 @@ TEST(ReadXmlCfg, TakesWhatADocumentGivesUpToItsEnd) {
       // clang-format off
       // The document element.
       {"<?xml version=\"1.0\"?>\r\n<!-- <unit_cfg> --><!DOCTYPE a [<!ELEMENT a ANY>]><yax_cfg></yax_cfg>", ""},
-      {"<setup name='a' ip_addr='b'>text<x>1<y><z/></y></x></setup\t>", ""},
+      {"<setup name='a' ip_addr='b'>text<x>1<y><z/></y></x></setup\t>", "other root"},
       // Attributes, and what is none of the element.
       {"<yax_cfg name='n' instance='' type='t' address='9' ip_addr='x' NAME='x' zone='x'/>", "name='n' instance=''"},
       {"<yax_cfg name='first' name='a&amp;b&lt;&gt;&quot;&apos;&#65;&#x42;>\t\r\n'/>", "name='a&b<>\"'AB>\t\r\n'"},
@@ -91,7 +106,6 @@ TEST(ReadXmlCfg, TakesWhatADocumentGivesUpToItsEnd) {
       {doc("\r\n<dns1>1</dns2>\r\n"), refused("mismatched end tag", 2)},
       {doc("<a><b><c><d><e><f><g>\n<dns1/></g></f></e></d></c></b></a>"), refused("dns1 is not allowed in an unknown element", 2)},
       {doc("<a><b><c><d><e><f><g><h/><h><i/></h>\n<dns1/></g></f></e></d></c></b></a>"), refused("dns1 is not allowed in an unknown element", 2)},
-      {"<setup>\n<yax_cfg/></setup>", refused("yax_cfg is not allowed in an unknown element", 2)},
       {doc("<dns1>" + std::string(32, 'x') + "<!-- -->1</dns1>"), refused("value of dns1 is longer than 31 characters")},
       {doc("<dns1>" + std::string(100000, 'x') + "</dns1>"), refused("value of dns1 is longer than 31 characters")},
       {doc("<dns1>" + std::string(32, '\0') + "</dns1>"), refused("value of dns1 is longer than 31 characters")},
@@ -103,7 +117,9 @@ TEST(ReadXmlCfg, TakesWhatADocumentGivesUpToItsEnd) {
     EXPECT_EQ(read(row.document), row.result) << row.document;
     const std::string followed = row.document + "&";
     std::int32_t end = -1;
-    const auto parse = [&] { return parse_xml_cfg(followed.data(), int(followed.size()), &end); };
+    const auto parse = [&](auto* to) {
+      return parse_xml_cfg(followed.data(), int(followed.size()), &end, to);
+    };
     EXPECT_EQ(result_of(parse), row.result) << followed;
     EXPECT_EQ(end, row.result.starts_with("null ") ? -1 : int(row.document.size())) << followed;
   }
@@ -158,7 +174,8 @@ TEST(ReadXmlCfg, TakesEveryElementInItsPlaceAlone) {
     if (id >= 40) allowed = &places[id == 40 ? 2 : 3];
     for (const auto& place : places) {
       const std::string name = tag_text(id), got = read(filled(place.first, name, ""));
-      const std::string refusal = refused(name + " is not allowed in " + place.second);
+      const std::string refusal =
+          refused(name + " is not allowed in " + place.second, 1, &place == places);
       EXPECT_EQ(got == refusal, &place != allowed) << got << refusal;
       EXPECT_EQ(got.starts_with("null"), &place != allowed) << got << refusal;
     }
@@ -175,7 +192,7 @@ TEST(ReadXmlCfg, PrintsTheTextOfOtherCodeForWhatItRefusesItself) {
   for (const auto& [text, reason] : cases) {
     std::memset(yax_xml_parse_error, 0, sizeof yax_xml_parse_error);
     std::memcpy(yax_xml_parse_error, text.data(), text.size());
-    EXPECT_EQ(read("<unit_cfg/>"), refused(reason));
+    EXPECT_EQ(read("<unit_cfg/>"), refused(reason, 1, true));
     EXPECT_EQ(read("<yax_cfg></a>"), refused("mismatched end tag"));
   }
 }
@@ -190,10 +207,21 @@ TEST(ReadXmlCfg, RefusesSilentlyAndAtOnceWhatIsNoFileAndLeavesNoneOpen) {
   ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
   const auto before = open_files();
   EXPECT_EQ(read_file(base.filled_with("<yax_cfg/>")), "");
-  for (const char* path :
-       {"/nowhere/file.xml", fifo.c_str(), empty.path(), huge.path(), "", "/", "/dev/null",
-        "/dev/zero", "/sys/devices/system/cpu/online"}) {  // the last is shorter than its size
-    EXPECT_EQ(read_file(path), "null ") << path;
+  const struct {
+    const char* path;
+    std::string reason, of_units = reason;
+  } cases[] = {
+      {"/nowhere/file.xml", "null No such file or directory 2"},
+      {"/", "null Is a directory 21"},
+      {huge.path(), "null File too large 27"},
+      {fifo.c_str(), "null not a regular file 0"},
+      {"/sys/devices/system/cpu/online", "null the file is shorter than its size 0"},
+      {"/proc/uptime", "null the document is empty 0", "null the file is longer than its size 0"},
+      {empty.path(), "null the document is empty 0", ""},
+  };
+  for (const auto& row : cases) {
+    EXPECT_EQ(read_file(row.path), row.reason) << row.path;
+    EXPECT_EQ(read_units(row.path), row.of_units) << row.path;
   }
   EXPECT_EQ(open_files(), before);
   ::unlink(fifo.c_str());
@@ -210,6 +238,44 @@ TEST(ReadXmlCfg, TakesAsManyRecordsAsACountCounts) {
   EXPECT_TRUE(read(unit(chns)) == "{" + chn_texts + "}");
   EXPECT_EQ(read(doc(units + "\n<unit_cfg/>")), refusal);
   EXPECT_EQ(read(unit(chns + "\n<chn_cfg/>")), refusal);
+}
+
+TEST(ReadXmlUnitCfg, TakesUnitsUpToTheEnd) {
+  const std::pair<std::string, std::string> cases[] = {
+      // clang-format off
+      {"<?xml version='1.0'?>\n<unit_cfg name='a' x='b'>1<x><y/></x><chn_cfg><reg_num>5</reg_num></chn_cfg></unit_cfg>\n<!-- --><unit_cfg instance='2'><chn_cfg name='b'/><chn_cfg name='c'/></unit_cfg><unit_cfg/> ", "{name='a'[reg_num='5']}{instance='2'[name='b'][name='c']}{}"},
+      {"<unit_cfg/>\n&\n<unit_cfg/>", refused("only unit_cfg is allowed in a unit file", 2)},
+      {"<unit_cfg/><![CDATA[text]]>", refused("only unit_cfg is allowed in a unit file")},
+      {"<unit_cfg/></yax_cfg>", refused("mismatched end tag")},
+      {"\n<yax_cfg><unit_cfg/></yax_cfg>", refused("yax_cfg is not allowed in a unit file", 2, true)},
+      {"<unit_cfg/><dns1>1</dns1>", refused("dns1 is not allowed in a unit file", 1, true)},
+      {"<unit_cfg/><setup/>", refused("an unknown element is not allowed in a unit file", 1, true)},
+      {"<unit_cfg/>\n<unit_cfg><chn_cfg></chn_cfg>\n", refused("unexpected end of xml data", 3)},
+      {"<unit_cfg/>\n<unit_cfg type='&#0;'/>", refused("value of type holds a NUL byte", 2)},
+      // clang-format on
+  };
+  for (const auto& [document, result] : cases) {
+    EXPECT_EQ(read_units(temporary_file().filled_with(document)), result) << document;
+  }
+  xml_read_report report = {"earlier", 7, 7, true};
+  EXPECT_TRUE(parse_xml_unit_cfg(nullptr, 0, &report).has_value() && report.reason.empty());
+}
+
+// What the converter writes. In one file, texts break the XML.
+TEST(ReadXmlUnitCfg, ReadsWhatIsWrittenAndItIsWrittenTheSame) {
+  const temporary_file again;
+  std::string broken;
+  for (const char* folder : {RUVEX_GOLDEN, RUVEX_EXAMPLES}) {
+    for (const auto& file : std::filesystem::directory_iterator(folder)) {
+      if (file.path().extension() != ".xml") continue;
+      const auto units = read_xml_unit_cfg(file.path().c_str());
+      cur_tab = 0;
+      if (!units || write_xml_unit_cfg(units->get(), again.path()) != 0)
+        broken += file.path().stem();
+      EXPECT_EQ(again.content() == content_of(file.path()), units.has_value()) << file.path();
+    }
+  }
+  EXPECT_EQ(broken, "raw_bytes");
 }
 
 }  // namespace

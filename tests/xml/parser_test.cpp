@@ -24,6 +24,7 @@ xml_parser_ptr parser_over(std::string_view document) {
 TEST(Parser, TellsEventsAndTheirLines) {
   constexpr struct {
     std::string_view document, told;
+    decltype(&simpleXmlParse) run = simpleXmlParse;
   } rows[] = {
       {"<a x=\"1\" y='2'>t<b/>u</a>",
        "error 0 on line 1: 0 start a|1 attr a x=1|1 attr a y=2|1 attrs-end a|1 content a t|"
@@ -46,9 +47,12 @@ TEST(Parser, TellsEventsAndTheirLines) {
        "1 start b@3|2 attrs-end b@3|2 end b@3"},
       {"<a>&#x1\r\n", "error 4 on line 1: 0 start a|1 attrs-end a"},  // between CR and LF
       {"\n<!-- -->", "error 10 on line 2"},
+      {"<n/><?p?>\n<n/> ", "error 0 on line 2: 0 start n|0 start n@2", simpleXmlParseSequence},
+      {"<n/>\ntext\n<n/>", "error 10 on line 2: 0 start n", simpleXmlParseSequence},
+      {"<n/></n>", "error 11 on line 1: 0 start n", simpleXmlParseSequence},
   };
-  for (const auto& [document, told] : rows) {
-    EXPECT_EQ(parse(document, {.with_lines = true}).text(), told);
+  for (const auto& [document, told, run] : rows) {
+    EXPECT_EQ(parse(document, {.with_lines = true, .run = run}).text(), told);
   }
 }
 
@@ -112,6 +116,7 @@ TEST(Parser, SurvivesWhatIsNone) {
   EXPECT_EQ(simpleXmlCreateParser(nullptr, 1), nullptr);
   EXPECT_EQ(simpleXmlCreateParser("<a/>", 0), nullptr);
   EXPECT_NE(simpleXmlParse(nullptr, simpleXmlNopHandler), SIMPLE_XML_NO_ERROR);
+  EXPECT_NE(simpleXmlParseSequence(nullptr, simpleXmlNopHandler), SIMPLE_XML_NO_ERROR);
   EXPECT_EQ(simpleXmlInitializeParser(nullptr, "<a/>", 4), 0);
   EXPECT_EQ(simpleXmlGetLineNumber(nullptr), -1);
   EXPECT_EQ(simpleXmlGetErrorDescription(nullptr), nullptr);

@@ -52,6 +52,7 @@ struct handling {
   bool with_lines = false;                          // add "@" and the line, behind the first line
   int abort_at = -1;                                // the event, from 0, that ends the parse ...
   std::int32_t abort_code = SIMPLE_XML_USER_ABORT;  // ... with this code
+  decltype(&simpleXmlParse) run = simpleXmlParse;
 };
 
 struct outcome {
@@ -94,7 +95,7 @@ class recorder {
   // Parses with recording handlers. They find the recorder at the bottom of the user data.
   outcome parse(SimpleXmlParser* parser) {
     simpleXmlPushUserData(parser, this);
-    result_.error = simpleXmlParse(parser, handlers[0]);
+    result_.error = how_.run(parser, handlers[0]);
     result_.line = simpleXmlGetLineNumber(parser);
     return result_;
   }

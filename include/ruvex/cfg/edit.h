@@ -33,6 +33,16 @@ struct unit_cfg_delete {
 };
 using unit_cfg_ptr = std::unique_ptr<unit_cfg, unit_cfg_delete>;
 
+// Releases the unit, those that follow it, and the channels of all of them; its `prev` is not
+// followed. The owner of a list passes its head. Null is allowed.
+void del_unit_list(unit_cfg* head) noexcept;
+
+// Owns a list of units that belongs to no document.
+struct unit_list_delete {
+  void operator()(unit_cfg* head) const noexcept { del_unit_list(head); }
+};
+using unit_list_ptr = std::unique_ptr<unit_cfg, unit_list_delete>;
+
 // Moves the record one place towards the head of its list. Returns 0, or -1 when the record is the
 // head, and then nothing has changed. Only links change. When the record has become the first, the
 // caller sets the owner's head to it.

@@ -5,10 +5,11 @@
 //   simpleXmlDestroyParser(parser);
 //
 // The document is read once, from its first byte to the end of its document element; what follows
-// is not looked at. It need not end in a NUL, is neither copied nor changed, and stays the
-// caller's. The handler of an element chooses the handlers of its children (parser_record.h). For
-// <a x="1">t<b/></a> the calls are: start a (to the handler given), then to a's handler: attribute
-// x, attributes end, content "t", start b; to b's: attributes end, tag end; to a's: tag end.
+// is not looked at. (simpleXmlParseSequence reads one element after another, to the last byte.) It
+// need not end in a NUL, is neither copied nor changed, and stays the caller's. The handler of an
+// element chooses the handlers of its children (parser_record.h). For <a x="1">t<b/></a> the calls
+// are: start a (to the handler given), then to a's handler: attribute x, attributes end, content
+// "t", start b; to b's: attributes end, tag end; to a's: tag end.
 //
 // Characters are single bytes. The five predefined entities and references to characters up to 255
 // are decoded, everywhere but behind an end tag's name; any other "&" is an error. Content is
@@ -52,6 +53,13 @@ using xml_parser_ptr = std::unique_ptr<SimpleXmlParser, xml_parser_delete>;
 // that has been used since it was initialised 9. A handler must not throw: an exception that leaves
 // it ends the program (std::terminate).
 std::int32_t simpleXmlParse(SimpleXmlParser* parser, SimpleXmlTagHandler handler) noexcept;
+
+// Parses a document that is a sequence of elements, to its end. `handler` is called for the start
+// of each of them. Between them, before and after them stand white space, comments, processing
+// instructions and DOCTYPE declarations; a document of nothing else is a sequence of no elements.
+// The results are those of simpleXmlParse: text and other declarations outside the elements give
+// 10, an end tag there gives 11.
+std::int32_t simpleXmlParseSequence(SimpleXmlParser* parser, SimpleXmlTagHandler handler) noexcept;
 
 // For handlers: ends the parse with `code` as soon as the handler returns. Codes below 1000 and a
 // null parser change nothing.
