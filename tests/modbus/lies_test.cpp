@@ -16,22 +16,13 @@
 namespace ruvex {
 namespace {
 
+// clang-format off
 enum class lie {
-  none,
-  bytewise,
-  twice,
-  noise,  // these contain the right answer
-  late,
-  other_unit,
-  other_function,
-  other_length,
-  other_number,
-  changed,
-  cut,
-  closed,
-  silent,
+  none, bytewise, twice, noise,  // these contain the right answer
+  late, other_unit, other_function, other_length, other_number, changed, cut, closed, silent,
   count
 };
+// clang-format on
 
 std::uint16_t value_of(int unit, int fcn, int ref) {
   return static_cast<std::uint16_t>(unit * 7919 + fcn * 613 + ref * 31);
