@@ -115,6 +115,14 @@ void owe(mod_client& client, const wanted_answer& wanted, std::int64_t until) no
   owed.until = std::max(owed.until, until);
 }
 
+// The answer to that request has come. Of several requests of one kind it may be the answer to any,
+// so the others are still owed up to the last moment of all. Other kinds are owed as before.
+void pay(mod_client& client, const decltype(mod_client::owed)& before) noexcept {
+  auto& owed = client.owed;
+  --owed.count;
+  if (owed.is_mixed && !before.is_mixed) owed = before;
+}
+
 class answer_reception {
  public:
   answer_reception(mod_client& client, const wanted_answer& wanted) noexcept
@@ -220,13 +228,14 @@ attempt_end ask(mod_client& client, const wanted_answer& wanted) noexcept {
     return {mod_status::ok, true, true};
   }
   answer_reception reception(client, wanted);
+  const auto owed_before = client.owed;
   if (!has_numbers) owe(client, wanted, reception.first() + client.late_ms);
   const mod_status status = reception.run();
   const bool is_answered = status == mod_status::ok || status == mod_status::exception;
   if (!has_numbers) {
     // Where nothing else is owed, what was damaged was the answer.
     const bool has_come = is_answered || (reception.is_damaged() && client.owed.count == 1);
-    client.owed.count -= has_come ? 1 : 0;
+    if (has_come) pay(client, owed_before);
     if (!is_answered) be_quiet(client, now_ms() + answer_ms(client, wanted));
   } else if (status == mod_status::corrupt || status == mod_status::closed) {
     mod_lineClose(&line);
@@ -263,6 +272,7 @@ mod_code refusal_of(const mod_client& client, const mod_mex& mex) noexcept {
       {3, mod_most_registers_read, true}, {4, mod_most_registers_read, true},
       {15, mod_most_coils, false},        {16, mod_most_registers_written, false},
   };
+  if (client.ctx.protocol > MOD_TCP) return MOD_ILLEGAL_FUNCTION;
   for (const auto& row : bounds) {
     if (row.fcn != mex.fcn) continue;
     const int first = static_cast<std::uint16_t>(mex.ref - 1);
@@ -273,16 +283,28 @@ mod_code refusal_of(const mod_client& client, const mod_mex& mex) noexcept {
   return MOD_NO_EXCEPTION;
 }
 
+struct status_row {
+  const char* text;   // null: that of the code
+  std::uint8_t code;  // in the record; 0: that of the outcome
+};
+
+constexpr status_row status_rows[] = {
+    {"no failure", 0},                                            // ok
+    {nullptr, 0},                                                 // refused
+    {"no answer", MOD_MASTER_NO_RESPONSE},                        // timeout
+    {nullptr, 0},                                                 // exception
+    {"corrupt answer", MOD_MASTER_CORRUPT},                       // corrupt
+    {"only answers to other questions", MOD_MASTER_NO_RESPONSE},  // stale
+    {"no connection", MOD_MASTER_NOT_SENT},                       // closed
+};
+
+const status_row& row_of(mod_status status) noexcept {
+  return status_rows[static_cast<std::size_t>(status)];
+}
+
 // Makes the record the request again, and marks it.
 mod_outcome fail(mod_mex& mex, const mod_mex& request, mod_outcome outcome) noexcept {
-  constexpr std::uint8_t codes[] = {0,
-                                    0,
-                                    MOD_MASTER_NO_RESPONSE,
-                                    0,
-                                    MOD_MASTER_CORRUPT,
-                                    MOD_MASTER_NO_RESPONSE,
-                                    MOD_MASTER_NOT_SENT};  // by status
-  const std::uint8_t own = codes[static_cast<std::size_t>(outcome.status)];
+  const std::uint8_t own = row_of(outcome.status).code;
   mex = request;
   mex.fcn |= failure_bit;
   mex.data[0] = own != 0 ? own : outcome.code;
@@ -320,11 +342,7 @@ mod_outcome write_items(mod_client* client, std::uint8_t unit, std::uint16_t ref
 }  // namespace
 
 const char* mod_outcomeText(const mod_outcome& outcome) noexcept {
-  constexpr const char* texts[] = {"no failure",     nullptr,
-                                   "no answer",      nullptr,
-                                   "corrupt answer", "only answers to other questions",
-                                   "no connection"};  // by status
-  const char* const text = texts[static_cast<std::size_t>(outcome.status)];
+  const char* const text = row_of(outcome.status).text;
   return text != nullptr ? text : mod_errStr(outcome.code);
 }
 
@@ -355,6 +373,9 @@ mod_outcome mod_exchange(mod_client* client, mod_mex* mex) noexcept {
     outcome.code = is_told ? mex->data[0] : std::uint8_t{MOD_NO_EXCEPTION};
     if (is_told || !end.is_open) break;
   }
+  // A connection that is dead without a word would be found out by the system after minutes.
+  const bool is_dead = outcome.status == mod_status::timeout && !is_serial(*client);
+  if (is_dead && client->line.open_fn != nullptr) mod_lineClose(&client->line);
   return fail(*mex, request, outcome);
 }
 

@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "modbus/bytes.h"
+#include "modbus/ends.h"
 #include "ruvex/modbus/values.h"
 
 namespace ruvex {
@@ -268,17 +269,38 @@ TEST(Client, RepeatsAsItIsTold) {
   }
 }
 
-// Nobody answers a broadcast, and the next request waits until the devices are ready.
-TEST(Client, WritesToAllDevices) {
-  scripted_device device({"", rtu("11 03 02 00 2A")});
-  mod_client client = client_of(device, MOD_RTU, 3000);
+// Nobody answers a broadcast, and the next request waits until the devices are ready. A unit that
+// is silent does not delay the others.
+TEST(Client, WaitsNoLongerThanItHasTo) {
+  const std::string value_42 = rtu("11 03 02 00 2A");
+  scripted_device device({"", "", value_42, value_42});
+  mod_client client = client_of(device, MOD_RTU, 20);
+  client.late_ms = 60000;
+  std::uint16_t value = 0;
+  EXPECT_EQ(mod_readHoldingRegisters(&client, 18, 1, 1, &value).status, mod_status::timeout);
+  client.line.timeout_ms = 3000;
   const auto start = std::chrono::steady_clock::now();
   EXPECT_EQ(mod_writeRegister(&client, 0, 5, 7).status, mod_status::ok);
-  std::uint16_t value = 0;
-  EXPECT_EQ(mod_readHoldingRegisters(&client, 17, 1, 1, &value).status, mod_status::ok);
-  EXPECT_EQ(value, 42);
+  for (int read = 0; read < 2; ++read) {
+    EXPECT_EQ(mod_readHoldingRegisters(&client, 17, 1, 1, &value).status, mod_status::ok);
+  }
   const auto taken = std::chrono::steady_clock::now() - start;
-  EXPECT_TRUE(taken >= std::chrono::milliseconds(95) && taken < std::chrono::milliseconds(2000));
+  EXPECT_TRUE(taken >= std::chrono::milliseconds(95) && taken < std::chrono::seconds(30));
+}
+
+TEST(Client, LeavesAConnectionThatIsDead) {
+  loopback_server server;
+  mod_tcp_server where = {"127.0.0.1", server.port};
+  mod_line line;
+  mod_lineInit(&line, mod_tcpOpen, &where, 30);
+  mod_client client;
+  mod_clientInit(&client, MOD_TCP, line);
+  for (int turn = 0; turn < 2; ++turn) {
+    EXPECT_EQ(mod_writeRegister(&client, 17, 5, 7).status, mod_status::timeout);
+    EXPECT_EQ(client.line.fd, -1);
+    std::uint8_t asked[64];  // twice over the same connection, which ends then
+    EXPECT_EQ(::recv(server.accepted(), asked, sizeof asked, 0), 24);
+  }
 }
 
 }  // namespace

@@ -15,7 +15,8 @@
 // was asked: transaction, unit, function code, byte count, and what an answer repeats of a write.
 // Anything else is not taken, and the wait goes on. On serial lines, where answers have no number,
 // an answer that may still come for an earlier request of the same unit and function is waited for
-// first. A connection on which nothing tells where the next frame begins is closed.
+// first. A connection is closed, and opened again by the next request, when nothing tells where the
+// next frame begins, and after an exchange without an answer.
 //
 // A client and its line are used by one thread at a time. Nothing is printed or logged.
 #pragma once

@@ -22,9 +22,9 @@ namespace ruvex {
 // other function codes. MOD_LEN_OPEN for the codec's own function codes and unknown ones.
 std::int32_t mod_requestLength(const std::uint8_t* request, std::int32_t count) noexcept;
 
-// Receives one request through recv_fn: its length, or MOD_FAILED when the input has ended and there
-// is none. The request stands at the start of `buffer`. Only RTU frames have ends of their own for
-// requests; with another protocol it is mod_waitPacket.
+// Receives one request through recv_fn: its length, or MOD_FAILED when the input has ended and
+// there is none. The request stands at the start of `buffer`. Only RTU frames have ends of their
+// own for requests; with another protocol it is mod_waitPacket.
 //
 // Other slaves may answer on the line. Their answers are dropped; requests to them are found as any
 // other, so compare the address. As long as one whole frame follows the other, nothing inside one
