@@ -40,6 +40,13 @@ int sktConnectHost(Socket* skt, const char* host, int port, long timeout_ms) noe
 //   perror Socket::Accept(long):accept()
 //   perror Socket::Accept(long):select()
 // An accept that would block or that a signal has interrupted is not reported.
+//
+// A signal does not end the wait of sktAcceptTimeout, and does not prolong it. Several processes may
+// wait with it at one listener that they share: one gets the connection, and the others wait on
+// until their time has passed. It is up to 20 ms longer where one of them has been stopped in the
+// middle of accepting. Nothing of the listener changes. Where another process or thread calls
+// sktAccept or the system's accept beside it, or threads of one process wait at duplicates of one
+// descriptor, a blocking listener can keep sktAcceptTimeout until the next connection comes.
 Socket* sktAccept(Socket* skt) noexcept;
 Socket* sktAcceptTimeout(Socket* skt, long timeout_ms) noexcept;
 
