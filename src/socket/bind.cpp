@@ -22,12 +22,13 @@ int bind_to_own_address(const Socket& skt) noexcept {
 int bind_inet(Socket& skt, const char* ip_text, int port) noexcept {
   if (skt.m_family == AF_LOCAL) return refused("Socket::Bind(): Must be AF_INET socket\n");
   skt.m_port = port;
-  sockaddr_in& own = skt.m_sockaddr->inet;
-  own.sin_addr.s_addr = INADDR_ANY;
-  if (ip_text != nullptr && ::inet_aton(ip_text, &own.sin_addr) == 0) {
+  in_addr address = {INADDR_ANY};
+  if (ip_text != nullptr && ::inet_aton(ip_text, &address) == 0) {
     errno = EINVAL;  // which inet_aton does not set
     return failed("inet_aton()");
   }
+  sockaddr_in& own = skt.m_sockaddr->inet;
+  own.sin_addr = address;
   own.sin_port = htons(static_cast<std::uint16_t>(port));
   return bind_to_own_address(skt);
 }

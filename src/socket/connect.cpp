@@ -89,19 +89,73 @@ int errno_of(int resolver_error) noexcept {
   }
 }
 
-// Accepts into a new record. Null on failure, which is reported with the label, except for a call
-// that would block or was interrupted.
-socket_ptr accept_into(socket_ptr skt, int listener, const char* label) noexcept {
-  auto size = static_cast<socklen_t>(skt->m_addrlen);
-  skt->m_sock = ::accept4(listener, &skt->m_sockaddr->any, &size, SOCK_CLOEXEC);
-  if (skt->m_sock < 0) {
-    if (errno != EAGAIN && errno != EINTR) failed(label);
-    return nullptr;
+enum class answer { accepted, none, failed };
+
+// Accepts into a record that has no descriptor yet. A failure is reported with the label, except
+// for a call that would block or was interrupted: none.
+answer accept_into(Socket& skt, int listener, const char* label) noexcept {
+  auto size = static_cast<socklen_t>(skt.m_addrlen);
+  skt.m_sock = ::accept4(listener, &skt.m_sockaddr->any, &size, SOCK_CLOEXEC);
+  if (skt.m_sock < 0) {
+    if (errno == EAGAIN || errno == EINTR) return answer::none;
+    failed(label);
+    return answer::failed;
   }
-  skt->m_addrlen = static_cast<int>(size);
-  skt->m_valid = 1;
-  skt->m_connected = 1;
-  return skt;
+  skt.m_addrlen = static_cast<int>(size);
+  skt.m_valid = 1;
+  skt.m_connected = 1;
+  return answer::accepted;
+}
+
+// The turn at a listener, which one process at a time has. It is a record lock on the descriptor:
+// the system keeps it by process, takes it back from one that ends, and changes nothing that other
+// processes see of the listener.
+class turn {
+ public:
+  explicit turn(int listener) noexcept : listener_(listener) {
+    constexpr useconds_t pause_us = 100;  // many times what a turn takes
+    constexpr int most_tries = 100;       // one that is stopped in its turn keeps it
+    for (int tries = 0; !is_mine_ && tries < most_tries; ++tries) {
+      // Where the system does not let a socket be locked, nobody waits for a turn.
+      is_mine_ = lock(F_WRLCK) == 0 || errno != EAGAIN;
+      if (!is_mine_) ::usleep(pause_us);
+    }
+  }
+  ~turn() {
+    if (is_mine_) lock(F_UNLCK);
+  }
+  turn(const turn&) = delete;
+  turn& operator=(const turn&) = delete;
+  bool is_mine() const noexcept { return is_mine_; }
+
+ private:
+  int lock(short type) const noexcept {
+    struct flock whole = {};
+    whole.l_type = type;
+    whole.l_whence = SEEK_SET;
+    return ::fcntl(listener_, F_SETLK, &whole);
+  }
+  int listener_;
+  bool is_mine_ = false;
+};
+
+// Waits for a connection until the time limit is over, whatever interrupts it: as wait_for.
+int wait_for_connection(int listener, long timeout_ms) noexcept {
+  const moment deadline = later(std::chrono::steady_clock::now(), timeout_ms);
+  bool readable = false;
+  for (long left = timeout_ms;; left = ms_until(deadline)) {
+    const int ready = wait_for(listener, &readable, nullptr, left);
+    if (ready >= 0 || errno != EINTR) return ready;
+  }
+}
+
+// Accepts what has made the listener readable. Of several processes that have seen it, one takes
+// the connection, and in the others a blocking listener would wait for the next one without end. So
+// each looks again in its turn, in which no other takes what is there.
+answer accept_in_turn(Socket& skt, int listener) noexcept {
+  const turn mine(listener);
+  if (!mine.is_mine() || wait_for_connection(listener, 0) <= 0) return answer::none;
+  return accept_into(skt, listener, "Socket::Accept(long):accept()");
 }
 
 }  // namespace
@@ -163,17 +217,22 @@ int sktConnectHost(Socket* skt, const char* host, int port, long timeout_ms) noe
 Socket* sktAccept(Socket* skt) noexcept {
   socket_ptr accepted = make_record(skt->m_family, skt->m_type, 0);
   if (accepted == nullptr) return nullptr;
-  return accept_into(std::move(accepted), skt->m_sock, "Socket::Accept(void):accept()").release();
+  const answer got = accept_into(*accepted, skt->m_sock, "Socket::Accept(void):accept()");
+  return got == answer::accepted ? accepted.release() : nullptr;
 }
 
 Socket* sktAcceptTimeout(Socket* skt, long timeout_ms) noexcept {
   socket_ptr accepted = make_record(skt->m_family, skt->m_type, 0);
   if (accepted == nullptr) return nullptr;
-  bool readable = false;
-  const int ready = wait_for(skt->m_sock, &readable, nullptr, timeout_ms);
-  if (ready < 0) failed("Socket::Accept(long):select()");
-  if (ready <= 0 || !readable) return nullptr;
-  return accept_into(std::move(accepted), skt->m_sock, "Socket::Accept(long):accept()").release();
+  const moment deadline = later(std::chrono::steady_clock::now(), timeout_ms);
+  for (long left = timeout_ms;; left = ms_until(deadline)) {
+    const int ready = wait_for_connection(skt->m_sock, left);
+    if (ready < 0) failed("Socket::Accept(long):select()");
+    if (ready <= 0) return nullptr;
+    const answer got = accept_in_turn(*accepted, skt->m_sock);
+    if (got == answer::accepted) return accepted.release();
+    if (got == answer::failed || ms_until(deadline) == 0) return nullptr;
+  }
 }
 
 int sktSelectRd(int count, Socket* const* skts, long timeout_ms) noexcept {

@@ -2,7 +2,9 @@
 
 #include <fcntl.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
@@ -123,6 +125,18 @@ bool fits_set(int fd) noexcept {
 
 timeval time_of(long milliseconds) noexcept {
   return {milliseconds / 1000, milliseconds % 1000 * 1000};
+}
+
+moment later(moment start, long long milliseconds) noexcept {
+  constexpr long long longest =
+      100LL * 365 * 24 * 3600 * 1000;  // the clock's own range is 292 years
+  return start + std::chrono::milliseconds(std::min(milliseconds, longest));
+}
+
+long ms_until(moment deadline) noexcept {
+  const auto left =
+      std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+  return static_cast<long>(std::clamp<long long>(left.count(), 0, LONG_MAX));
 }
 
 int wait_for(int fd, bool* readable, bool* writable, long timeout_ms) noexcept {

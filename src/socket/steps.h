@@ -3,6 +3,7 @@
 
 #include <sys/time.h>
 
+#include <chrono>
 #include <cstddef>
 
 #include "ruvex/socket/record.h"
@@ -39,6 +40,15 @@ bool set_local_name(skt_address& address, const char* name) noexcept;
 bool fits_set(int fd) noexcept;
 
 timeval time_of(long milliseconds) noexcept;
+
+// A time limit that holds over several waits, of a clock that nobody sets.
+using moment = std::chrono::steady_clock::time_point;
+
+// The moment that many milliseconds after another, a hundred years at most.
+moment later(moment start, long long milliseconds) noexcept;
+
+// Milliseconds until the deadline, rounded up; 0 when it has passed.
+long ms_until(moment deadline) noexcept;
 
 // Waits until the descriptor can be read or, with `writable` not null, read or written; for
 // `timeout_ms` at most. As select: -1 with errno, 0 when the time has passed, else how many of the

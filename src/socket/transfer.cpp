@@ -10,7 +10,6 @@
 #include <climits>
 #include <cstdint>
 #include <cstring>
-#include <ctime>
 
 #include "steps.h"
 
@@ -18,12 +17,6 @@ namespace ruvex {
 namespace {
 
 constexpr std::int64_t no_limit = 0;
-
-std::int64_t now_ms() noexcept {
-  timespec now = {};
-  ::clock_gettime(CLOCK_MONOTONIC, &now);
-  return std::int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
-}
 
 // The time-out of receives, in milliseconds.
 std::int64_t receive_limit(int fd) noexcept {
@@ -36,12 +29,11 @@ std::int64_t receive_limit(int fd) noexcept {
 
 // Waits for input until `deadline`, whatever interrupts it. False with EAGAIN, as the receive
 // itself would end, when the time has passed.
-bool wait_for_input(int fd, std::int64_t deadline) noexcept {
+bool wait_for_input(int fd, moment deadline) noexcept {
   pollfd input = {fd, POLLIN, 0};
   int ready = 0;
   do {
-    const std::int64_t left = std::max<std::int64_t>(deadline - now_ms(), 0);
-    ready = ::poll(&input, 1, static_cast<int>(std::min<std::int64_t>(left, INT_MAX)));
+    ready = ::poll(&input, 1, static_cast<int>(std::min<long>(ms_until(deadline), INT_MAX)));
   } while (ready < 0 && errno == EINTR);
   if (ready == 0) errno = EAGAIN;
   return ready > 0;
@@ -51,13 +43,13 @@ bool wait_for_input(int fd, std::int64_t deadline) noexcept {
 // begin its time-out anew, so what is left of it is waited out here.
 template <class Receive>
 ssize_t repeat_interrupted(int fd, Receive receive) noexcept {
-  const std::int64_t start = now_ms();
+  const moment start = std::chrono::steady_clock::now();
   for (int flags = 0;;) {
     const ssize_t got = receive(flags);
     if (got >= 0 || (errno != EINTR && (flags == 0 || errno != EAGAIN))) return got;
     const std::int64_t limit = receive_limit(fd);
     if (limit == no_limit) continue;
-    if (!wait_for_input(fd, start + limit)) return -1;
+    if (!wait_for_input(fd, later(start, limit))) return -1;
     flags = MSG_DONTWAIT;  // another may have taken what was there
   }
 }

@@ -3,19 +3,36 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <net/if.h>
+#include <netinet/tcp.h>
 #include <sched.h>
+#include <sys/ioctl.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <functional>
+#include <map>
+#include <optional>
 #include <string>
 #include <type_traits>
+#include <utility>
 
-#include "ruvex/socket/socket.h"
+#include "ruvex/socket/address.h"
+#include "ruvex/socket/bind.h"
+#include "ruvex/socket/connect.h"
+#include "ruvex/socket/transfer.h"
 
 namespace ruvex {
+
+// What happens just before the next select; whether that tells of a descriptor but of none in its
+// sets; how long each that has found something takes to return.
+inline std::function<void()> before_select;
+inline bool select_finds_nothing = false;
+inline useconds_t pause_after_select_us = 0;
 
 // Every test gives back the descriptors that it has taken.
 class Sockets : public testing::Test {
@@ -43,6 +60,105 @@ std::string outcome(Call call) {
     text = std::to_string(result);
   }
   return text + " " + testing::internal::GetCapturedStderr();
+}
+
+// What can be told of an address.
+inline std::string text_of(const skt_address* address) {
+  if (address == nullptr) return "none";
+  if (address->any.sa_family == AF_INET) {
+    const sockaddr_in& inet = address->inet;
+    return in_addr_to_string(inet.sin_addr.s_addr) + (":" + std::to_string(ntohs(inet.sin_port)));
+  }
+  std::string path(address->local.sun_path, sizeof address->local.sun_path);
+  path.erase(path.find_last_not_of('\0') + 1);
+  return std::to_string(address->any.sa_family) + path;
+}
+
+// An option of the socket; nothing where it has another form.
+template <class Value>
+std::optional<Value> option_of(const Socket& skt, int level, int name) {
+  Value value = {};
+  socklen_t size = sizeof value;
+  ::getsockopt(skt.m_sock, level, name, &value, &size);
+  return size == sizeof value ? std::optional(value) : std::nullopt;
+}
+
+// A time-out of the socket in milliseconds; -1 where an emulator does not tell.
+inline long time_out_ms(const Socket& skt, int name) {
+  const auto time = option_of<timeval>(skt, SOL_SOCKET, name);
+  return time ? static_cast<long>(time->tv_sec * 1000 + time->tv_usec / 1000) : -1;
+}
+
+// All that an operation may change of the record, its descriptor and its interface.
+inline std::map<std::string, std::string> state_of(const Socket& skt) {
+  const auto option = [&](int level, int name) {
+    return option_of<int>(skt, level, name).value_or(0) != 0;
+  };
+  ifreq request = {};
+  std::strncpy(request.ifr_name, skt.m_ife, sizeof request.ifr_name - 1);
+  if (skt.m_ife[0] != '\0') ::ioctl(skt.m_sock, SIOCGIFFLAGS, &request);
+  const int flags = ::fcntl(skt.m_sock, F_GETFL), ife_flags = request.ifr_flags;
+  // clang-format off
+  const std::pair<const char*, long> numbers[] = {
+      {"connected", skt.m_connected}, {"valid", skt.m_valid}, {"selected", skt.m_selected},
+      {"sock", skt.m_sock}, {"fin", skt.m_fin != nullptr}, {"fout", skt.m_fout != nullptr},
+      {"family", skt.m_family}, {"type", skt.m_type}, {"protocol", skt.m_protocol},
+      {"mode", skt.m_mode}, {"port", skt.m_port}, {"addrlen", skt.m_addrlen},
+      {"nonblock", (flags & O_NONBLOCK) != 0}, {"flags", flags & ~O_NONBLOCK},
+      {"exec", ::fcntl(skt.m_sock, F_GETFD)}, {"nodelay", option(IPPROTO_TCP, TCP_NODELAY)},
+      {"reuse", option(SOL_SOCKET, SO_REUSEADDR)}, {"bcast", option(SOL_SOCKET, SO_BROADCAST)},
+      {"rcv", time_out_ms(skt, SO_RCVTIMEO)}, {"snd", time_out_ms(skt, SO_SNDTIMEO)},
+      {"promisc", (ife_flags & IFF_PROMISC) != 0}, {"ife flags", ife_flags & IFF_MULTICAST}};
+  std::map<std::string, std::string> state = {
+      {"ife", skt.m_ife}, {"name", skt.m_name}, {"sockaddr", text_of(skt.m_sockaddr)},
+      {"peeraddr", text_of(skt.m_peeraddr)}, {"fromaddr", text_of(skt.m_fromaddr)},
+      {"destaddr", text_of(skt.m_destaddr)}};
+  // clang-format on
+  for (const auto& [name, value] : numbers) state[name] = std::to_string(value);
+  return state;
+}
+
+// Lets no state be that of a new socket, in which nothing can be lost.
+inline socket_ptr marked(Socket* skt) {
+  const timeval receiving = {1, 500000}, sending = {2, 400000};
+  ::setsockopt(skt->m_sock, SOL_SOCKET, SO_RCVTIMEO, &receiving, sizeof receiving);
+  ::setsockopt(skt->m_sock, SOL_SOCKET, SO_SNDTIMEO, &sending, sizeof sending);
+  ::fcntl(skt->m_sock, F_SETFL, O_RDWR | O_APPEND);
+  skt->m_selected = 1;
+  for (skt_address* address : {skt->m_sockaddr, skt->m_peeraddr, skt->m_fromaddr, skt->m_destaddr})
+    std::memset(&address->inet.sin_port, 7, 6);
+  return socket_ptr(skt);
+}
+
+struct effect_row {
+  const socket_ptr& skt;
+  std::function<int(Socket*)> call;
+  std::string text;  // the outcome and then "name=value " of all that changes, in order of names
+};
+
+template <std::size_t Count>
+void expect_effects(const effect_row (&rows)[Count]) {
+  for (const effect_row& row : rows) {
+    const auto before = state_of(*row.skt);
+    std::string text = outcome([&] { return row.call(row.skt.get()); });
+    for (const auto& [name, value] : state_of(*row.skt))
+      if (value != before.at(name)) text += name + "=" + value + " ";
+    EXPECT_EQ(text, row.text) << "row " << &row - rows;
+  }
+}
+
+// A call that awaits its socket.
+template <class Call, class... Arguments>
+auto with(Call call, Arguments... arguments) {
+  return [=](Socket* skt) { return static_cast<int>(call(skt, arguments...)); };
+}
+
+// Accepts, within a time limit where that is not negative: 0 or -1.
+inline auto accepting(long timeout_ms) {
+  return [=](Socket* skt) {
+    const socket_ptr made(timeout_ms < 0 ? sktAccept(skt) : sktAcceptTimeout(skt, timeout_ms));
+    return made == nullptr ? -1 : made->m_valid + made->m_connected - 2;
+  };
 }
 
 // A network of this process alone, with a loopback interface, as long as this lives.
@@ -75,6 +191,29 @@ inline skt_address loopback() {
   address.inet.sin_family = AF_INET;
   address.inet.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
   return address;
+}
+
+inline std::uint16_t port_of(const socket_ptr& skt) {
+  sockaddr_in own = {};
+  socklen_t size = sizeof own;
+  ::getsockname(skt->m_sock, reinterpret_cast<sockaddr*>(&own), &size);
+  return ntohs(own.sin_port);
+}
+
+inline int connect_to(const socket_ptr& client, const socket_ptr& listener, long timeout_ms) {
+  return sktConnectHost(client.get(), "localhost", port_of(listener), timeout_ms);
+}
+
+inline socket_ptr connected_to(const socket_ptr& listener) {
+  socket_ptr client(sktNew(AF_INET, SOCK_STREAM));
+  EXPECT_EQ(connect_to(client, listener, 2000), 0);
+  return client;
+}
+
+inline std::string received(const socket_ptr& skt) {
+  char bytes[64];
+  const int count = sktRecv(skt.get(), bytes, sizeof bytes);
+  return count < 0 ? std::to_string(count) : std::string(bytes, static_cast<std::size_t>(count));
 }
 
 }  // namespace ruvex

@@ -1,32 +1,20 @@
 #include <sys/resource.h>
-#include <sys/time.h>
-#include <sys/wait.h>
 
 #include <chrono>
 #include <csignal>
-#include <functional>
-#include <thread>
 #include <utility>
 
-#include "ruvex/socket/address.h"
-#include "ruvex/socket/bind.h"
-#include "ruvex/socket/connect.h"
 #include "ruvex/socket/options.h"
-#include "ruvex/socket/transfer.h"
 #include "socket/socket_fixture.h"
 #include "support/temporary_file.h"
 
 namespace ruvex {
 
-// What happens just before the next select, and whether it tells of a descriptor but of none in
-// its sets.
-static std::function<void()> before_select;
-static bool select_finds_nothing = false;
-
 extern "C" int __wrap_select(int count, fd_set* in, fd_set* out, fd_set* other, timeval* time) {
   if (before_select) std::exchange(before_select, nullptr)();
   const timespec limit = {time->tv_sec, static_cast<long>(time->tv_usec * 1000)};
   const int ready = ::pselect(count, in, out, other, &limit, nullptr);
+  if (ready > 0) ::usleep(pause_after_select_us);
   if (!select_finds_nothing) return ready;
   select_finds_nothing = false;
   FD_ZERO(in);
@@ -38,76 +26,6 @@ extern "C" [[gnu::alias("__wrap_select")]] int __wrap___select64(int, fd_set*, f
                                                                  timeval*);
 
 namespace {
-
-std::uint16_t port_of(const socket_ptr& skt) {
-  sockaddr_in own = {};
-  socklen_t size = sizeof own;
-  ::getsockname(skt->m_sock, reinterpret_cast<sockaddr*>(&own), &size);
-  return ntohs(own.sin_port);
-}
-
-struct pair {
-  socket_ptr client, server;
-};
-
-pair connected_pair() {
-  const socket_ptr listener(CreateAfInetServer(SOCK_STREAM, "127.0.0.1", 0));
-  socket_ptr client(sktNew(AF_INET, SOCK_STREAM));
-  EXPECT_EQ(sktConnectHost(client.get(), "localhost", port_of(listener), 2000), 0);
-  socket_ptr server(sktAcceptTimeout(listener.get(), 2000));
-  EXPECT_NE(server, nullptr);
-  return {std::move(client), std::move(server)};
-}
-
-std::string received(const socket_ptr& skt) {
-  char bytes[64];
-  const int count = sktRecv(skt.get(), bytes, sizeof bytes);
-  return count < 0 ? std::to_string(count) : std::string(bytes, static_cast<std::size_t>(count));
-}
-
-TEST_F(Sockets, StreamsCarryBytesBothWays) {
-  pair ends = connected_pair();
-  EXPECT_EQ(ends.client->m_connected + ends.server->m_connected, 2);
-  EXPECT_EQ(sktGetPeerAddr(ends.client.get()), htonl(INADDR_LOOPBACK));
-  EXPECT_EQ(ends.server->m_sockaddr->inet.sin_port, htons(port_of(ends.client)));
-  EXPECT_EQ(sktSendS(ends.client.get(), "question"), 8);
-  EXPECT_EQ(received(ends.server), "question");
-  EXPECT_EQ(sktSendC(ends.server.get(), '!'), 1);
-  EXPECT_EQ(received(ends.client), "!");
-
-  EXPECT_EQ(sktSetTimeouts(ends.client.get(), 20, 0), 0);
-  char byte = 0;
-  EXPECT_EQ(outcome([&] { return sktRecv(ends.client.get(), &byte, 1); }), "-2 ");
-  EXPECT_EQ(sktSetNonblocking(ends.server.get(), 1), 0);
-  EXPECT_EQ(received(ends.server), "-2");
-  const std::string block(1 << 16, 'x');
-  int sent = 0;
-  while (sent >= 0) sent = sktSendN(ends.server.get(), block.data(), 1 << 16);
-  EXPECT_EQ(sent, skt_would_block);
-
-  std::signal(SIGPIPE, SIG_IGN);
-  ends.server.reset();
-  while (!received(ends.client).empty()) continue;
-  while (sktSendC(ends.client.get(), 'x') > 0) continue;
-  EXPECT_EQ(outcome([&] { return sktSendC(ends.client.get(), 'x'); }), "0 ");
-}
-
-TEST_F(Sockets, DatagramServersAnswerTheSender) {
-  const socket_ptr server(CreateAfInetServer(SOCK_DGRAM, nullptr, 0));
-  const socket_ptr one(sktNew(AF_INET, SOCK_DGRAM)), other(sktNew(AF_INET, SOCK_DGRAM));
-  for (const socket_ptr* client : {&one, &other, &one}) {
-    EXPECT_EQ(sktSetDest((*client).get(), "127.0.0.1", port_of(server)), 0);
-    EXPECT_EQ(sktSendS((*client).get(), "a"), 1);
-    EXPECT_EQ(received(server), "a");
-    EXPECT_EQ(sktSendN(server.get(), "bcd", 2), 2);
-    EXPECT_EQ(received(*client), "bc");
-    EXPECT_EQ((*client)->m_fromaddr->inet.sin_port, htons(port_of(server)));
-  }
-  EXPECT_EQ(sktSetNonblocking(server.get(), 1), 0);
-  EXPECT_EQ(received(server), "-2");
-  EXPECT_EQ(server->m_destaddr->inet.sin_port, htons(port_of(one))) << "still the last sender";
-  EXPECT_EQ(sktGetPeerAddr(one.get()), 0U);
-}
 
 TEST_F(Sockets, LocalSocketsMeetByName) {
   const std::string name = "ruvex_test_" + std::to_string(::getpid());
@@ -153,10 +71,10 @@ TEST_F(Sockets, LocalSocketsMeetByName) {
 }
 
 TEST_F(Sockets, PseudoSocketsReadAndWriteAndStreamsToo) {
-  int ends[2];
-  ASSERT_EQ(::pipe(ends), 0);
-  socket_ptr reader(sktNew_PSEUDO(ends[0]));
-  const socket_ptr writer(sktNew_PSEUDO(ends[1]));
+  int pipe[2], ends[2];
+  ASSERT_EQ(::pipe(pipe) | ::socketpair(AF_LOCAL, SOCK_STREAM, 0, ends), 0);
+  socket_ptr reader(sktNew_PSEUDO(pipe[0])), near(sktNew_PSEUDO(ends[0]));
+  const socket_ptr writer(sktNew_PSEUDO(pipe[1])), far(sktNew_PSEUDO(ends[1]));
   EXPECT_EQ(sktSendS(writer.get(), "through"), 7);
   EXPECT_EQ(received(reader), "through");
   EXPECT_EQ(sktOpenStreams(writer.get()), -1) << "the end cannot be read";
@@ -164,28 +82,28 @@ TEST_F(Sockets, PseudoSocketsReadAndWriteAndStreamsToo) {
   std::signal(SIGPIPE, SIG_IGN);
   EXPECT_EQ(sktSendS(writer.get(), "gone"), 0);
 
-  pair sockets = connected_pair();
-  for (int times = 0; times < 2; ++times)
-    EXPECT_EQ(sktOpenStreams(sockets.client.get()) + sktOpenStreams(sockets.server.get()), 0);
-  std::fputs("a line\n", sockets.client->m_fout);
-  sockets.client.reset();
+  for (const auto& skt : {std::cref(near), std::cref(far), std::cref(near)})
+    EXPECT_EQ(sktOpenStreams(skt.get().get()), 0);
+  std::fputs("a line\n", near->m_fout);
+  near.reset();
   char line[16] = {};
-  EXPECT_STREQ(std::fgets(line, sizeof line, sockets.server->m_fin), "a line\n");
-  EXPECT_EQ(std::fgetc(sockets.server->m_fin), EOF);
+  EXPECT_STREQ(std::fgets(line, sizeof line, far->m_fin), "a line\n");
+  EXPECT_EQ(std::fgetc(far->m_fin), EOF);
 }
 
 TEST_F(Sockets, SelectTellsWhichCanBeReadAndRefusesWhatIsInNoSet) {
   rlimit limit;
   ::getrlimit(RLIMIT_NOFILE, &limit);
   if (limit.rlim_cur < 1030) GTEST_SKIP() << "skipped: fewer than 1030 descriptors are allowed";
-  const pair one = connected_pair(), other = connected_pair();
-  const socket_ptr high(sktNew_PSEUDO(::dup2(one.server->m_sock, 1024))),
-      last(sktNew_PSEUDO(::dup2(other.server->m_sock, 1023)));
+  int ends[2];
+  ASSERT_EQ(::pipe(ends), 0);
+  const socket_ptr idle(sktNew(AF_INET, SOCK_DGRAM)), reader(sktNew_PSEUDO(ends[0])),
+      writer(sktNew_PSEUDO(ends[1])), last(sktNew_PSEUDO(::dup2(ends[0], 1023))),
+      high(sktNew_PSEUDO(::dup2(ends[0], 1024)));
   high->m_type = SOCK_STREAM;
-  Socket* const all[] = {one.server.get(), last.get(), high.get()};
-  EXPECT_EQ(sktSelectRd(2, all, 10), 0);
-  EXPECT_EQ(sktSelectRd(0, nullptr, 10), 0);
-  EXPECT_EQ(sktSendC(other.client.get(), 'x'), 1);
+  Socket* const all[] = {idle.get(), last.get(), high.get()};
+  EXPECT_EQ(sktSelectRd(2, all, 10) + sktSelectRd(0, nullptr, 10), 0);
+  EXPECT_EQ(sktSendC(writer.get(), 'x'), 1);
   EXPECT_EQ(sktSelectRd(2, all, 2000), 1);
   EXPECT_EQ(std::tuple(sktIsSelected(all[0]), sktIsSelected(all[1]), sktIsSelected(nullptr)),
             std::tuple(0, 1, 0));
@@ -203,44 +121,51 @@ TEST_F(Sockets, SelectTellsWhichCanBeReadAndRefusesWhatIsInNoSet) {
 TEST_F(Sockets, ConnectingFailsInTimeAndCanBeTriedAgain) {
   const socket_ptr listener(CreateAfInetServer(SOCK_STREAM, "127.0.0.1", 0));
   const socket_ptr closed(CreateAfInetServer(SOCK_DGRAM, "127.0.0.1", 0));  // a port without TCP
-  const socket_ptr client(sktNew(AF_INET, SOCK_STREAM)), local(sktNew(AF_LOCAL, SOCK_STREAM)),
-      path(sktNew_PSEUDO(::open("/", O_PATH | O_CLOEXEC))), other(sktNew(AF_INET, SOCK_STREAM));
+  const socket_ptr client = marked(sktNew(AF_INET, SOCK_STREAM)),
+                   local = marked(sktNew(AF_LOCAL, SOCK_STREAM)),
+                   other = marked(sktNew(AF_INET, SOCK_STREAM)),
+                   path(sktNew_PSEUDO(::open("/", O_PATH | O_CLOEXEC)));
   const skt_address address = loopback();
-  const int flags = ::fcntl(client->m_sock, F_GETFL);
   path->m_type = SOCK_STREAM;
+  sktSetNonblocking(client.get(), 1);
   ::listen(listener->m_sock, 0);  // one that waits fills it, and the next gets no answer
-  const auto connect = [&](const socket_ptr& skt, const socket_ptr& to, long timeout_ms) {
-    const std::string text =
-        outcome([&] { return sktConnectAddr(skt.get(), &address, port_of(to), timeout_ms); });
-    EXPECT_EQ(std::tuple(::fcntl(skt->m_sock, F_GETFL) & ~O_PATH, skt->m_connected),
-              std::tuple(skt == path ? 0 : flags, text == "0 " ? 1 : 0));
-    return text;
+  const auto to = [&](const socket_ptr& peer, long timeout_ms) {
+    return with(sktConnectAddr, &address, port_of(peer), timeout_ms);
   };
-  EXPECT_EQ(connect(client, closed, 2000),
-            "-1 sktConnectAddr(): select() returned both readable and writable\r\n"
-            "sktConnectAddr(): getsockopt() : Perror(error) : Connection refused\n");
-  EXPECT_EQ(connect(client, listener, 2000), "0 ");
-  EXPECT_EQ(outcome([&] { return sktConnectAddr(client.get(), &address, port_of(closed), 9); }),
-            "-1 fcntl( F_SETFL , O_NONBLOCK ): Transport endpoint is already connected\n");
-  EXPECT_EQ(client->m_connected, 1);
-  EXPECT_EQ(client->m_peeraddr->inet.sin_port, htons(port_of(listener)));
+  const auto nothing = [&](Socket* skt) {
+    select_finds_nothing = true;
+    return sktConnectAddr(skt, &address, port_of(listener), 1);
+  };
+  const auto peer = [](const socket_ptr& skt) {
+    return "peeraddr=127.0.0.1:" + std::to_string(port_of(skt)) + " ";
+  };
+  const std::string too_long(108, 'n'),
+      step = "-1 fcntl( F_SETFL , O_NONBLOCK ): ",
+      late = "-1 sktConnectAddr(): select : Nothing ready within timeout period\r\n";
+  // clang-format off
   const auto start = std::chrono::steady_clock::now();
-  for (const int timeout_ms : {150, 1})
-    EXPECT_EQ(connect(other, listener, timeout_ms),
-              "-1 sktConnectAddr(): select : Nothing ready within timeout period\r\n");
+  expect_effects({
+      {client, to(closed, 2000),
+       "-1 sktConnectAddr(): select() returned both readable and writable\r\n"
+       "sktConnectAddr(): getsockopt() : Perror(error) : Connection refused\n" + peer(closed)},
+      {client, to(listener, 2000), "0 connected=1 " + peer(listener)},
+      {client, to(closed, 9), step + "Transport endpoint is already connected\n"},
+      {other, to(listener, 150), late + peer(listener)},
+      {other, to(listener, 1), late},
+      {other, nothing, "-1 sktConnectAddr(): socket not readable or writable\r\n"},
+      {other, to(listener, -1), "-1 "},
+      {other, with(sktConnectHost, "no such host", 9, 1),
+       "-1 getaddrinfo(): No such device or address\n"},
+      {closed, to(listener, 1), "-1 sktConnectAddr():Socket must be SOCK_STREAM\n"},
+      {path, to(listener, 1), step + "Bad file descriptor\n"},
+      {local, with(sktConnectHost, "nobody", 0, 9),
+       step + "Connection refused\n" + std::string("peeraddr=1\0nobody ", 18)},
+      {local, with(sktConnectHost, too_long.c_str(), 0, 9),
+       "-1 Socket: name of more than 107 characters: " + too_long + "\n"},
+  });
+  // clang-format on
   const auto time = std::chrono::steady_clock::now() - start;
-  EXPECT_TRUE(time >= std::chrono::milliseconds(149) && time < std::chrono::seconds(1));
-  select_finds_nothing = true;
-  EXPECT_EQ(connect(other, listener, 1),
-            "-1 sktConnectAddr(): socket not readable or writable\r\n");
-  EXPECT_EQ(connect(closed, listener, 1), "-1 sktConnectAddr():Socket must be SOCK_STREAM\n");
-  EXPECT_EQ(connect(path, listener, 1), "-1 fcntl( F_SETFL , O_NONBLOCK ): Bad file descriptor\n");
-  EXPECT_EQ(outcome([&] { return sktConnectHost(local.get(), "nobody", 0, 9); }),
-            "-1 fcntl( F_SETFL , O_NONBLOCK ): Connection refused\n");
-  EXPECT_EQ(::fcntl(local->m_sock, F_GETFL), flags);
-  EXPECT_EQ(outcome([&] { return sktConnectHost(other.get(), "no such host", 9, 1); }),
-            "-1 getaddrinfo(): No such device or address\n");
-  EXPECT_EQ(connect(other, listener, -1), "-1 ");
+  EXPECT_TRUE(time >= std::chrono::milliseconds(151) && time < std::chrono::seconds(1));
   // The descriptor becomes another one meanwhile.
   const socket_ptr null(sktNew_PSEUDO(::open("/dev/null", O_RDWR | O_CLOEXEC)));
   const auto connect_over = [&](const socket_ptr& now) {
@@ -274,89 +199,85 @@ TEST_F(Sockets, AHostThatWasOffIsReachedWhenItIsBack) {
   EXPECT_EQ(connect(port_of(server)), "0 ");
 }
 
-TEST_F(Sockets, ServersBindingAndTransfersFailWithTheirReason) {
-  const socket_ptr server(CreateAfInetServer(SOCK_STREAM, "127.0.0.1", 0));
-  const socket_ptr tcp(sktNew(AF_INET, SOCK_STREAM)), local(sktNew(AF_LOCAL, SOCK_STREAM)),
-      udp(sktNew(AF_INET, SOCK_DGRAM)), readable(sktNew(AF_INET, SOCK_DGRAM)),
-      half(sktNew(AF_INET, SOCK_STREAM)),
-      output(sktNew_PSEUDO(::open("/dev/null", O_WRONLY | O_CLOEXEC)));
+TEST_F(Sockets, OperationsChangeWhatTheyAreForAndNothingElse) {
+  const std::string name = "ruvex_test_" + std::to_string(::getpid());
+  const socket_ptr listener = marked(CreateAfInetServer(SOCK_STREAM, "127.0.0.1", 0)),
+                   server = marked(CreateAfInetServer(SOCK_DGRAM, nullptr, 0)),
+                   tcp = marked(sktNew(AF_INET, SOCK_STREAM)),
+                   client = marked(sktNew(AF_INET, SOCK_STREAM)),
+                   half = marked(sktNew(AF_INET, SOCK_STREAM)),
+                   udp = marked(sktNew(AF_INET, SOCK_DGRAM)),
+                   local = marked(sktNew(AF_LOCAL, SOCK_STREAM)),
+                   output(sktNew_PSEUDO(::open("/dev/null", O_WRONLY | O_CLOEXEC)));
+  const auto inet = [](const socket_ptr& skt) {
+    return "addr=127.0.0.1:" + std::to_string(port_of(skt)) + " ";
+  };
+  const int port = port_of(listener);
   half->m_connected = 1;
-  int reuse = 0;
-  socklen_t size = sizeof reuse;
-  ::getsockopt(server->m_sock, SOL_SOCKET, SO_REUSEADDR, &reuse, &size);
-  EXPECT_EQ(reuse, 1);
-  const pair ends = connected_pair();
+  EXPECT_EQ(state_of(*listener)["reuse"], "1");
+  EXPECT_EQ(sktBind_PORT(udp.get(), 0), 0);
+  sktSetDest(udp.get(), "127.0.0.1", port_of(server));
   char bytes[4] = {};
-  const auto server_at = [](const char* address, int port) {
-    return socket_ptr(CreateAfInetServer(SOCK_STREAM, address, port)) == nullptr ? -1 : 0;
+  const auto receive = with(sktRecv, bytes, 4);
+  const auto send = with(sktSendC, 'x');
+  const auto send_till_gone = [](Socket* skt) {
+    while (sktSendC(skt, 'x') > 0) continue;
+    return sktSendC(skt, 'x');
   };
-  const auto accept = [](const socket_ptr& skt) {
-    return socket_ptr(sktAccept(skt.get())) == nullptr ? -1 : 0;
+  const auto open_again = [](Socket* skt) {
+    const auto before = std::tuple(skt->m_fin, skt->m_fout);
+    return sktOpenStreams(skt) + (before != std::tuple(skt->m_fin, skt->m_fout));
   };
-  const auto accept_within = [](const socket_ptr& skt, long timeout_ms) {
-    return socket_ptr(sktAcceptTimeout(skt.get(), timeout_ms)) == nullptr ? -1 : 0;
+  std::signal(SIGPIPE, SIG_IGN);
+  Socket* const listeners[] = {listener.get()};
+  const auto select = [&](Socket*) { return sktSelectRd(1, listeners, 20); };
+  const auto server_at = [](const char* ip_text, int at) {
+    return
+        [=](Socket*) { return CreateAfInetServer(SOCK_STREAM, ip_text, at) == nullptr ? -1 : 0; };
   };
-  EXPECT_EQ(sktSetNonblocking(server.get(), 1), 0);
-  EXPECT_EQ(sktBind_PORT(readable.get(), 0), 0);
-  EXPECT_EQ(sktSetDest(udp.get(), "127.0.0.1", port_of(readable)), 0);
-  EXPECT_EQ(sktSendC(udp.get(), 'x'), 1);
-  const std::pair<std::function<int()>, std::string> rows[] = {
-      {[&] { return server_at("127.0.0.1", port_of(server)); }, "bind(): Address already in use\n"},
-      {[&] { return server_at(nullptr, port_of(server)); }, "bind(): Address already in use\n"},
-      {[&] { return server_at("here", 0); }, "inet_aton(): Invalid argument\n"},
-      {[&] { return sktBind_IFE_PORT(local.get(), "127.0.0.1", 0); },
-       "Socket::Bind(): Must be AF_INET socket\n"},
-      {[&] { return sktBind_PORT(local.get(), 0); }, "Socket::Bind(): Must be AF_INET socket\n"},
-      {[&] { return sktBind_LOCAL(tcp.get(), "name"); },
-       "sktBind_LOCAL(): Must be AF_LOCAL socket\n"},
-      {[&] { return sktBind_LOCAL(local.get(), nullptr); }, "sktBind_LOCAL():Null hostname\n"},
-      {[&] { return sktListen(ends.client.get()); }, "listen(): Invalid argument\n"},
-      {[&] { return sktListen(udp.get()); }, ""},
-      {[&] { return accept(server); }, ""},
-      {[&] { return accept_within(server, 20); }, ""},
-      {[&] { return accept(udp); }, "Socket::Accept(void):accept(): Operation not supported\n"},
-      {[&] { return accept_within(readable, 2000); },
-       "Socket::Accept(long):accept(): Operation not supported\n"},
-      {[&] { return sktRecv(tcp.get(), bytes, 4); }, "Socket::Recv():Socket not connected\n"},
-      {[&] { return sktSendC(tcp.get(), 'x'); }, "Socket::Send():Socket not connected\n"},
-      {[&] { return sktRecv(half.get(), bytes, 4); },
-       "Socket::Recv():recv(): Transport endpoint is not connected\n"},
-      {[&] { return sktRecv(udp.get(), bytes, -1); },
-       "Socket::Recv():recvfrom(): Invalid argument\n"},
-      {[&] { return sktSendN(udp.get(), bytes, -1); }, "Socket::Send(): Invalid argument\n"},
-      {[&] { return sktRecv(output.get(), bytes, 4); },
-       "Socket::Recv():recvfrom(): Bad file descriptor\n"},
-  };
-  for (const auto& [call, text] : rows) EXPECT_EQ(outcome(call), "-1 " + text);
-  EXPECT_EQ(sktBind_PORT(tcp.get(), 70000), 0);
-  EXPECT_EQ(std::tuple(tcp->m_port, port_of(tcp)), std::tuple(70000, 4464));
-}
-
-TEST_F(Sockets, SignalsNeitherEndNorProlongAReceive) {
-  struct sigaction interrupt = {};
-  interrupt.sa_handler = [](int) {};
-  ::sigaction(SIGALRM, &interrupt, nullptr);
-  const pair ends = connected_pair();
-  if (::fork() == 0) {
-    ::usleep(50000);
-    ::_exit(sktSendS(ends.client.get(), "late"));
-  }
-  ::ualarm(5000, 5000);
-  testing::internal::CaptureStderr();
-  EXPECT_EQ(received(ends.server), "late");
-  EXPECT_EQ(sktSetTimeouts(ends.server.get(), 200, 0), 0);
-  timeval limit = {};
-  socklen_t size = sizeof limit;
-  ::getsockopt(ends.server->m_sock, SOL_SOCKET, SO_RCVTIMEO, &limit, &size);
-  if (size == sizeof limit) {  // an emulator does not tell
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(received(ends.server), "-2");
-    const auto time = std::chrono::steady_clock::now() - start;
-    EXPECT_TRUE(time >= std::chrono::milliseconds(199) && time < std::chrono::seconds(2));
-  }
-  ::ualarm(0, 0);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-  ::wait(nullptr);
+  const std::string in_use = "-1 bind(): Address already in use\n", none = "Socket not connected\n",
+                    no_text = "-1 inet_aton(): Invalid argument\n",
+                    not_local = "-1 sktBind_LOCAL(): Must be AF_LOCAL socket\n",
+                    not_inet = "-1 Socket::Bind(): Must be AF_INET socket\n",
+                    no_accept = ":accept(): Operation not supported\n",
+                    no_end = "-1 Socket::Recv():recv(): Transport endpoint is not connected\n",
+                    no_length = ": Invalid argument\n", no_recv = "-1 Socket::Recv():recvfrom()",
+                    connected = "0 connected=1 peer" + inet(listener);
+  // clang-format off
+  expect_effects({
+      {tcp, server_at("127.0.0.1", port), in_use}, {tcp, server_at(nullptr, port), in_use},
+      {tcp, server_at("here", 0), no_text},
+      {tcp, with(sktBind_IFE_PORT, "here", 5), no_text + "port=5 "},
+      {tcp, with(sktBind_IFE_PORT, "127.0.0.1", port),
+       in_use + "port=" + std::to_string(port) + " sock" + inet(listener)},
+      {tcp, with(sktBind_LOCAL, "name"), not_local}, {local, with(sktBind_PORT, 0), not_inet},
+      {local, with(sktBind_IFE_PORT, "127.0.0.1", 0), not_inet},
+      {local, with(sktBind_LOCAL, nullptr), "-1 sktBind_LOCAL():Null hostname\n"},
+      {local, with(sktBind_LOCAL, name.c_str()), std::string("0 sockaddr=1\0", 13) + name + " "},
+      {tcp, with(sktBind_PORT, 70000), "0 port=70000 sockaddr=0.0.0.0:4464 "},
+      {tcp, with(sktListen), "0 "}, {udp, with(sktListen), "-1 "},
+      {listener, with(sktSetNonblocking, 1), "0 nonblock=1 "},
+      {listener, accepting(-1), "-1 "}, {listener, accepting(20), "-1 "},
+      {listener, select, "0 selected=0 "},
+      {client, with(sktConnectHost, "127.0.0.1", port, 2000), connected},
+      {listener, select, "1 selected=1 "},
+      {listener, accepting(-1), "0 "},
+      {client, with(sktListen), "-1 listen()" + no_length},
+      {client, with(sktGetPeerAddr), std::to_string(int(htonl(INADDR_LOOPBACK))) + " "},
+      {client, receive, "0 "}, {client, send, "1 "}, {client, send_till_gone, "0 "},
+      {client, with(sktOpenStreams), "0 fin=1 fout=1 "}, {client, open_again, "0 "},
+      {tcp, receive, "-1 Socket::Recv():" + none}, {tcp, send, "-1 Socket::Send():" + none},
+      {half, receive, no_end}, {output, receive, no_recv + ": Bad file descriptor\n"},
+      {udp, accepting(-1), "-1 Socket::Accept(void)" + no_accept}, {udp, send, "1 "},
+      {server, accepting(2000), "-1 Socket::Accept(long)" + no_accept},
+      {server, receive, "1 dest" + inet(udp)}, {server, send, "1 "},
+      {udp, receive, "1 from" + inet(server)},
+      {server, with(sktSetNonblocking, 1), "0 nonblock=1 "}, {server, receive, "-2 "},
+      {udp, with(sktGetPeerAddr), "0 "},
+      {udp, with(sktSendN, bytes, -1), "-1 Socket::Send()" + no_length},
+      {udp, with(sktRecv, bytes, -1), no_recv + no_length},
+  });
+  // clang-format on
 }
 
 // Frames over a cable of two virtual ends.

@@ -1,6 +1,11 @@
 // What the library does not share between threads, under the thread sanitizer above all.
+#include <fcntl.h>
 #include <netinet/in.h>
+#include <unistd.h>
 
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
 #include <string>
 #include <thread>
 
@@ -8,12 +13,18 @@
 #include "gtest/gtest.h"
 #include "ruvex/cfg/xml_reader.h"
 #include "ruvex/cfg/xml_writer.h"
+#include "ruvex/modbus/frame.h"
+#include "ruvex/modbus/transaction.h"
+#include "ruvex/serial/serial.h"
 #include "ruvex/socket/address.h"
 #include "ruvex/socket/bind.h"
 #include "ruvex/socket/connect.h"
 #include "ruvex/socket/transfer.h"
 #include "ruvex/util/base64.h"
+#include "ruvex/util/log.h"
 #include "ruvex/util/sar.h"
+#include "ruvex/util/semaphore_set.h"
+#include "ruvex/util/shared_memory.h"
 #include "ruvex/util/str.h"
 #include "support/temporary_file.h"
 
@@ -62,6 +73,63 @@ void read_documents(const std::string& text) {
   }
 }
 
+// What one sends the other has received.
+void carry(const mod_ctx& from, mod_ctx& to) {
+  std::memcpy(to.buffer, from.tx_buffer, sizeof to.buffer);
+  to.length = from.tx_length;
+}
+
+void exchange_messages(const std::string& text) {
+  mod_ctx master = {}, slave = {};
+  for (mod_ctx* ctx : {&master, &slave}) mod_init(ctx, MOD_RTU, nullptr, nullptr, nullptr);
+  for (int round = 0; round < 200; ++round) {
+    mod_mex asked = {}, got = {};
+    asked.fcn = 3;
+    asked.count = 2;
+    EXPECT_EQ(mod_masterTx(&master, &asked, MOD_SKIP_TX), 0);
+    carry(master, slave);
+    EXPECT_EQ(mod_slaveRx(&slave, &got, MOD_SKIP_RX), 0);
+    text.copy(reinterpret_cast<char*>(got.data), 4);
+    EXPECT_EQ(mod_slaveTx(&slave, &got, MOD_SKIP_TX), 0);
+    carry(slave, master);
+    EXPECT_EQ(mod_masterRx(&master, &asked, MOD_SKIP_RX), 0);
+    EXPECT_EQ(std::memcmp(asked.data, got.data, 4), 0);
+  }
+}
+
+// On a pseudo-terminal at a device path that is free; elsewhere there is nothing to try.
+void use_serial_port(const std::string& text) {
+  const int number = text == "one" ? 4 : 5, far = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+  const std::string path = "/dev/ttyUSB" + std::to_string(number);
+  char near[64] = {}, bytes[64];
+  if (::grantpt(far) + ::unlockpt(far) + ::ptsname_r(far, near, sizeof near) == 0 &&
+      ::symlink(near, path.c_str()) == 0) {
+    for (int round = 0; round < 5; ++round) {
+      const ser_port_ptr port(serOpen(10 + number, 9600, 20));
+      serSendStr(port.get(), text.c_str());
+      EXPECT_EQ(text.compare(0, 5, bytes, static_cast<std::size_t>(::read(far, bytes, 5))), 0);
+    }
+    ::unlink(path.c_str());
+  }
+  ::close(far);
+}
+
+SemHandle turn;
+std::atomic<int> at_once = 0;
+
+void use_shared_data(const std::string& text) {
+  const std::string name = "/ruvex_threads_" + text;
+  for (int round = 0; round < 50; ++round) {
+    const shm_ptr memory(ShmOpen(name.c_str(), 16), {16}), again(ShmAttach(name.c_str()), {16});
+    std::strcpy(static_cast<char*>(memory.get()), text.c_str());
+    EXPECT_STREQ(static_cast<char*>(again.get()), text.c_str());
+    EXPECT_EQ(ShmUnlink(name.c_str()) + SemWait(&turn) + at_once.fetch_add(1), 0);
+    at_once = 0;
+    EXPECT_EQ(SemPost(&turn), 0);
+    SysLogS("%s", text.c_str());
+  }
+}
+
 // One thread at a time writes.
 void write_documents() {
   const yax_cfg_ptr doc(make_default_yax_cfg());
@@ -72,12 +140,15 @@ void write_documents() {
 }
 
 TEST(Threads, WorkAtOnceAndInTheirOwnData) {
-  for (const auto& work : {use_containers, use_sockets, read_documents}) {
+  ASSERT_EQ(SemCreateSet(1) + SemInit(&turn, 1), 0);
+  for (const auto& work : {use_containers, use_sockets, read_documents, exchange_messages,
+                           use_serial_port, use_shared_data}) {
     std::thread one(work, "one"), other(work, "other");
     write_documents();
     one.join();
     other.join();
   }
+  EXPECT_EQ(SemRemoveSet(), 0);
 }
 
 }  // namespace

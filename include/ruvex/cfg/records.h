@@ -6,7 +6,8 @@
 // reachable from the head. A document owns its units and a unit owns its channels. Records are heap
 // blocks allocated zero-filled: what no operation has set is empty, 0 or null.
 //
-// Records have no lock: one thread at a time uses a document and its lists.
+// Records have no lock: one thread at a time uses a document and its lists. Separate documents may
+// be used by separate threads.
 #pragma once
 
 #include <cstdint>

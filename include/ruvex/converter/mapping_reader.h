@@ -1,4 +1,5 @@
-// The mapping file, read into units and channels.
+// The mapping file, read into units and channels. The list and the last error are the process's, so
+// one file is read at a time, and only one thread uses them.
 #pragma once
 
 #include "ruvex/cfg/records.h"

@@ -29,11 +29,12 @@ in_addr_t sktGetPeerAddr(const Socket* skt) noexcept;
 // address.
 in_addr_t string_to_in_addr(const char* text) noexcept;
 
-// The dotted text of an address, in a buffer that the next call of any thread overwrites.
+// The dotted text of an address, in a buffer that the next call overwrites, that of another thread
+// too on some systems.
 const char* in_addr_to_string(in_addr_t address) noexcept;
 
 // The IPv4 address of a network interface, in network byte order. 0 where there is none, with
-// perror ioctl or perror socket().
+// perror ioctl, perror socket() or a message for a name that does not fit.
 in_addr_t ife_to_in_addr(const char* ifname) noexcept;
 
 // Addresses of a network interface, in network byte order.

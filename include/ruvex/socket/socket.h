@@ -10,15 +10,16 @@
 //
 // Failures are reported on standard error and by the result: -1 or null, unless a function says
 // otherwise. "perror LABEL" stands for a line of the label, ": " and the system's text for the
-// error; other texts are written as they stand. Functions take a record, not null, unless they say
-// otherwise. A record is used by one thread at a time; separate records may be used by separate
-// threads.
+// error; other texts end with a line, unless a function says otherwise. Functions take a record,
+// not null, unless they say otherwise. A record is used by one thread at a time; separate records
+// may be used by separate threads.
 //
 // Families are AF_INET, AF_LOCAL and AF_PACKET. A local name is one of the abstract namespace: no
 // file is made for it. It follows a NUL in the path of its address, and has at most 107 characters.
 // All 110 bytes of the address count, so names are equal only when all of these bytes are. A name
-// that does not fit (a local name, an interface name of more than 15 characters) is refused with a
-// message and never cut.
+// that does not fit (a local name, an interface name of more than 15 characters) is refused and
+// never cut; the message is "Socket: name of more than 107 characters: ...", with the limit and the
+// name.
 #pragma once
 
 #include "ruvex/socket/record.h"
@@ -39,16 +40,17 @@ Socket* sktInit(int family, int type, int protocol) noexcept;
 Socket* sktNew(int family, int type) noexcept;
 
 // Wraps a descriptor (a pipe, a terminal, another socket), which sktSendN and sktRecv then write
-// and read. It belongs to the record from then on; when the result is null it stays the caller's.
+// and read. It belongs to the record from then on. Null, as sktInit without memory: then it stays
+// the caller's.
 Socket* sktNew_PSEUDO(int fd) noexcept;
 
 // A raw link-layer socket, whose frames go out on the interface. `protocol` is an Ethernet protocol
-// number, of which the low 16 bits count. Null: as sktInit, or perror ioctl where there is no such
-// interface.
+// number, of which the low 16 bits count. Null: as sktInit, with perror ioctl where there is no
+// such interface, or with a message for a name that does not fit.
 Socket* sktNew_RAW(const char* ifname, int protocol) noexcept;
 
 // An ARCNET packet socket bound to the interface, whose name has at most 13 characters. Null: as
-// sktInit, or perror bind.
+// sktInit, with perror bind, or with a message for a longer name.
 Socket* sktNew_ARCNET(const char* ifname) noexcept;
 
 }  // namespace ruvex

@@ -8,6 +8,8 @@
 // The decoder is lenient. Only the low 7 bits of each character count. Characters outside the
 // alphabet are skipped, and the first "=" ends the text. An incomplete group that no "=" ends is
 // dropped.
+//
+// The functions keep no state, and any thread may call them.
 #pragma once
 
 #include <array>
