@@ -103,6 +103,15 @@ inline std::string rtu(std::string_view message) {
   return to_hex(framed(MOD_RTU, from_hex(message)));
 }
 
+// A text of frames in brackets, which get their CRC, and of other bytes.
+inline std::string said(std::string text) {
+  for (std::size_t at; (at = text.find('[')) != std::string::npos;) {
+    const std::size_t end = text.find(']', at);
+    text.replace(at, end + 1 - at, rtu(text.substr(at + 1, end - at - 1)));
+  }
+  return text;
+}
+
 // The message of a frame; without a value where the frame is corrupt.
 inline std::optional<byte_list> unframed(std::uint8_t protocol, const byte_list& frame) {
   std::int32_t result = static_cast<std::int32_t>(frame.size());
