@@ -49,38 +49,59 @@ std::int32_t found(mod_ctx& ctx, std::int32_t size) noexcept {
   return ctx.length;
 }
 
-// The frames of a line on which others answer as well.
+// The search for a request on a line on which others answer as well.
 //
 // As long as one frame follows the other, each begins where the last one has ended, and nothing
 // inside it is looked at: values may look like a request. Where the beginning is no frame, a
 // request is taken wherever its length and its CRC fit.
-std::int32_t receive_rtu_request(mod_ctx& ctx) noexcept {
-  mod_rxReset(&ctx);
-  bool is_in_step = true;
-  bool is_whole = true;  // nothing of what has come was dropped for want of room
-  for (std::uint8_t byte = 0; ctx.recv_fn(ctx.handle, &byte, 1) != -1;) {
-    is_whole = is_whole && ctx.length < mod_buffer_size;
-    append_sliding(ctx, byte);
-    if (is_in_step) {
-      const bool is_request = ends_here(mod_requestLength(ctx.buffer, ctx.length), ctx.length);
-      const bool is_response = ends_here(response_size(ctx.buffer, ctx.length), ctx.length);
-      const bool is_frame = (is_request || is_response) && is_rtu_frame(ctx.buffer, ctx.length);
-      if (is_frame && is_request) return found(ctx, ctx.length);
-      if (is_frame) mod_rxReset(&ctx);
-      is_in_step = is_frame || is_under_way(ctx);
-    }
-    if (!is_in_step && find_request(ctx, ends_here)) return found(ctx, ctx.length);
+class request_search {
+ public:
+  explicit request_search(mod_ctx& ctx) noexcept : ctx_(ctx) { mod_rxReset(&ctx); }
+
+  // Takes a byte; whether it completes a request.
+  bool take(std::uint8_t byte) noexcept {
+    is_whole_ = is_whole_ && ctx_.length < mod_buffer_size;
+    append_sliding(ctx_, byte);
+    if (is_in_step_ && take_in_step()) return true;
+    return !is_in_step_ && find_request(ctx_, ends_here);
   }
+
   // The silence ends what was under way, and a request of open length. It also ends one that is
-  // whole but for its CRC, which the caller is to hear of.
-  const auto may_end = [](std::int32_t told, std::int32_t there) {
-    return told == there || told == MOD_LEN_OPEN;
-  };
-  if (find_request(ctx, may_end)) return found(ctx, mod_requestLength(ctx.buffer, ctx.length));
-  const std::int32_t size = mod_requestLength(ctx.buffer, ctx.length);
-  if (!is_whole || size == 0) return MOD_FAILED;
-  if (size != MOD_LEN_OPEN && size > ctx.length) return MOD_FAILED;
-  return found(ctx, size);
+  // whole but for its CRC, which the caller is to hear of. The length, or MOD_FAILED.
+  std::int32_t end() noexcept {
+    const auto may_end = [](std::int32_t told, std::int32_t there) {
+      return told == there || told == MOD_LEN_OPEN;
+    };
+    const bool is_found = find_request(ctx_, may_end);
+    const std::int32_t size = mod_requestLength(ctx_.buffer, ctx_.length);
+    if (is_found) return found(ctx_, size);
+    const bool is_complete = size == MOD_LEN_OPEN || (size != 0 && size <= ctx_.length);
+    return is_whole_ && is_complete ? found(ctx_, size) : MOD_FAILED;
+  }
+
+ private:
+  bool take_in_step() noexcept {
+    const bool is_request = ends_here(mod_requestLength(ctx_.buffer, ctx_.length), ctx_.length);
+    const bool is_response = ends_here(response_size(ctx_.buffer, ctx_.length), ctx_.length);
+    const bool is_frame = (is_request || is_response) && is_rtu_frame(ctx_.buffer, ctx_.length);
+    if (is_frame && is_request) return true;
+    if (is_frame) mod_rxReset(&ctx_);
+    is_in_step_ = is_frame || is_under_way(ctx_);
+    return false;
+  }
+
+  mod_ctx& ctx_;
+  bool is_in_step_ = true;
+  bool is_whole_ = true;  // nothing of what has come was dropped for want of room
+};
+
+std::int32_t receive_rtu_request(mod_ctx& ctx) noexcept {
+  request_search search(ctx);
+  std::uint8_t byte = 0;
+  while (ctx.recv_fn(ctx.handle, &byte, 1) != -1) {
+    if (search.take(byte)) return found(ctx, ctx.length);
+  }
+  return search.end();
 }
 
 }  // namespace

@@ -23,8 +23,8 @@ using mod_open_fn = int (*)(void* where, std::int32_t timeout_ms);
 struct mod_line {
   int fd;                   // -1: not open
   std::int32_t timeout_ms;  // the longest wait: for a byte, for room to send, for a connection
-  std::int32_t baud;    // of a serial line; 0: a connection, which has no characters to wait for
-  mod_open_fn open_fn;  // null: the descriptor is the caller's
+  std::int32_t baud;        // of a serial line; 0 of a connection
+  mod_open_fn open_fn;      // null: the descriptor is the caller's
   void* where;
   bool is_closed;  // the last call found the line closed, and not just silent
   int error;       // the errno of it; 0: the peer has closed
