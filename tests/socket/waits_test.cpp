@@ -1,24 +1,17 @@
 // Waits that signals interrupt, and waits of several processes at one listener.
 #include <sys/wait.h>
 
-#include <chrono>
-#include <csignal>
-#include <functional>
 #include <set>
 #include <tuple>
 #include <vector>
 
-#include "ruvex/socket/options.h"
 #include "socket/socket_fixture.h"
 
 namespace ruvex {
 namespace {
 
 using std::chrono::milliseconds;
-
-std::chrono::steady_clock::time_point now() {
-  return std::chrono::steady_clock::now();
-}
+using clock = std::chrono::steady_clock;
 
 // With the tenth signal comes what a wait waits for.
 std::function<void()> event;
@@ -91,7 +84,8 @@ TEST_F(Sockets, SignalsEndOnlyTheWaitsThatSayIt) {
     std::string result, result_with_restart;
     int time_ms = 0;
   } rows[] = {
-      {[&] { return connect_to(next, full, 300); }, nothing, "-1 ", "-1 "},
+      {[&] { return sktConnectHost(next.get(), "localhost", port_of(full), 300); }, nothing,
+       "-1 ", "-1 "},
       {[&] { return sktSelectRd(1, selected, 300); }, nothing, no_select, no_select},
       {[&] { return accept(-1); }, call, "-1 ", "0 "},
       {[&] { return accept(9000); }, call, "0 ", "0 "},
@@ -117,13 +111,13 @@ TEST_F(Sockets, SignalsEndOnlyTheWaitsThatSayIt) {
       ::sigaction(SIGALRM, &interrupt, nullptr);
       signals = 0;
       event = row.event;
-      const auto start = now();
+      const auto start = clock::now();
       ::ualarm(5000, 5000);
       const std::string result = outcome(row.call);
       ::ualarm(0, 0);
       EXPECT_EQ(result, flags == 0 ? row.result : row.result_with_restart)
           << "row " << &row - rows << ", SA_RESTART " << (flags != 0);
-      EXPECT_GE(now() - start, milliseconds(row.time_ms));
+      EXPECT_GE(clock::now() - start, milliseconds(row.time_ms));
       EXPECT_LT(signals, 400);
     }
   }
@@ -139,9 +133,9 @@ TEST_F(Sockets, ProcessesThatShareAListenerGetAConnectionEachOrNone) {
     for (int child = 0; child < 4; ++child) {
       if (::fork() != 0) continue;
       ::alarm(5);  // ends one that hangs
-      const auto start = now();
+      const auto start = clock::now();
       const int result = accepting(timeout_ms)(listener.get());
-      ::_exit(result == 0 ? 1 : now() - start >= milliseconds(timeout_ms) ? 0 : 2);
+      ::_exit(result == 0 ? 1 : clock::now() - start >= milliseconds(timeout_ms) ? 0 : 2);
     }
     std::multiset<int> ended;
     for (int status = 0; ::wait(&status) > 0;) ended.insert(status);
