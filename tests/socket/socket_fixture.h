@@ -11,12 +11,13 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <functional>
 #include <map>
-#include <optional>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -24,14 +25,14 @@
 #include "ruvex/socket/address.h"
 #include "ruvex/socket/bind.h"
 #include "ruvex/socket/connect.h"
+#include "ruvex/socket/options.h"
 #include "ruvex/socket/transfer.h"
 
 namespace ruvex {
 
-// What happens just before the next select; whether that tells of a descriptor but of none in its
-// sets; how long each that has found something takes to return.
-inline std::function<void()> before_select;
-inline bool select_finds_nothing = false;
+// What happens just before the next select; whether that then tells of a descriptor but of none in
+// its sets. How long each that has found something takes to return.
+inline std::function<bool()> before_select;
 inline useconds_t pause_after_select_us = 0;
 
 // Every test gives back the descriptors that it has taken.
@@ -64,7 +65,6 @@ std::string outcome(Call call) {
 
 // What can be told of an address.
 inline std::string text_of(const skt_address* address) {
-  if (address == nullptr) return "none";
   if (address->any.sa_family == AF_INET) {
     const sockaddr_in& inet = address->inet;
     return in_addr_to_string(inet.sin_addr.s_addr) + (":" + std::to_string(ntohs(inet.sin_port)));
@@ -74,25 +74,21 @@ inline std::string text_of(const skt_address* address) {
   return std::to_string(address->any.sa_family) + path;
 }
 
-// An option of the socket; nothing where it has another form.
-template <class Value>
-std::optional<Value> option_of(const Socket& skt, int level, int name) {
-  Value value = {};
-  socklen_t size = sizeof value;
-  ::getsockopt(skt.m_sock, level, name, &value, &size);
-  return size == sizeof value ? std::optional(value) : std::nullopt;
-}
-
 // A time-out of the socket in milliseconds; -1 where an emulator does not tell.
 inline long time_out_ms(const Socket& skt, int name) {
-  const auto time = option_of<timeval>(skt, SOL_SOCKET, name);
-  return time ? static_cast<long>(time->tv_sec * 1000 + time->tv_usec / 1000) : -1;
+  timeval time = {};
+  socklen_t size = sizeof time;
+  ::getsockopt(skt.m_sock, SOL_SOCKET, name, &time, &size);
+  return size == sizeof time ? static_cast<long>(time.tv_sec * 1000 + time.tv_usec / 1000) : -1;
 }
 
 // All that an operation may change of the record, its descriptor and its interface.
 inline std::map<std::string, std::string> state_of(const Socket& skt) {
   const auto option = [&](int level, int name) {
-    return option_of<int>(skt, level, name).value_or(0) != 0;
+    int value = 0;
+    socklen_t size = sizeof value;
+    ::getsockopt(skt.m_sock, level, name, &value, &size);
+    return value != 0;
   };
   ifreq request = {};
   std::strncpy(request.ifr_name, skt.m_ife, sizeof request.ifr_name - 1);
@@ -120,9 +116,7 @@ inline std::map<std::string, std::string> state_of(const Socket& skt) {
 
 // Lets no state be that of a new socket, in which nothing can be lost.
 inline socket_ptr marked(Socket* skt) {
-  const timeval receiving = {1, 500000}, sending = {2, 400000};
-  ::setsockopt(skt->m_sock, SOL_SOCKET, SO_RCVTIMEO, &receiving, sizeof receiving);
-  ::setsockopt(skt->m_sock, SOL_SOCKET, SO_SNDTIMEO, &sending, sizeof sending);
+  sktSetTimeouts(skt, 1500, 2400);
   ::fcntl(skt->m_sock, F_SETFL, O_RDWR | O_APPEND);
   skt->m_selected = 1;
   for (skt_address* address : {skt->m_sockaddr, skt->m_peeraddr, skt->m_fromaddr, skt->m_destaddr})
@@ -161,29 +155,27 @@ inline auto accepting(long timeout_ms) {
   };
 }
 
-// A network of this process alone, with a loopback interface, as long as this lives.
-class own_network {
- public:
-  own_network() : before_(::open("/proc/self/ns/net", O_RDONLY | O_CLOEXEC)) {
-    if (::unshare(CLONE_NEWNET) != 0) {
-      missing_ = std::string("skipped: no network namespace: ") + std::strerror(errno);
-    } else if (!run("ip link set lo up && ip link add v0 type veth peer name v1 && "
-                    "ip link set v0 up && ip link set v1 up")) {
-      missing_ = "skipped: ip (package iproute2) makes no virtual interfaces here";
-    }
+// With a network of this process alone, which has a loopback interface and a cable of two virtual
+// ends, v0 and v1.
+class OwnNetwork : public Sockets {
+ protected:
+  void SetUp() override {
+    if (::unshare(CLONE_NEWNET) != 0)
+      GTEST_SKIP() << "skipped: no network namespace: " << std::strerror(errno);
+    if (!run("ip link set lo up && ip link add v0 type veth peer name v1 && "
+             "ip link set v0 up && ip link set v1 up"))
+      GTEST_SKIP() << "skipped: ip (package iproute2) makes no virtual interfaces here";
   }
-  ~own_network() {
+  void TearDown() override {
     ::setns(before_, CLONE_NEWNET);
     ::close(before_);
   }
-  const std::string& missing() const { return missing_; }
   static bool run(const std::string& command) {
     return std::system((command + " >/dev/null 2>&1").c_str()) == 0;
   }
 
  private:
-  int before_;
-  std::string missing_;
+  int before_ = ::open("/proc/self/ns/net", O_RDONLY | O_CLOEXEC);
 };
 
 inline skt_address loopback() {
@@ -200,13 +192,14 @@ inline std::uint16_t port_of(const socket_ptr& skt) {
   return ntohs(own.sin_port);
 }
 
-inline int connect_to(const socket_ptr& client, const socket_ptr& listener, long timeout_ms) {
-  return sktConnectHost(client.get(), "localhost", port_of(listener), timeout_ms);
+// Its address on the loopback interface, as state_of tells it.
+inline std::string address_text(const socket_ptr& skt) {
+  return "addr=127.0.0.1:" + std::to_string(port_of(skt)) + " ";
 }
 
 inline socket_ptr connected_to(const socket_ptr& listener) {
   socket_ptr client(sktNew(AF_INET, SOCK_STREAM));
-  EXPECT_EQ(connect_to(client, listener, 2000), 0);
+  EXPECT_EQ(sktConnectHost(client.get(), "localhost", port_of(listener), 2000), 0);
   return client;
 }
 

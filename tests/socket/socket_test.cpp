@@ -1,18 +1,8 @@
 #include "ruvex/socket/socket.h"
 
-#include <net/if.h>
-#include <netinet/tcp.h>
-#include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
-#include <sys/time.h>
 
-#include <functional>
-#include <utility>
-
-#include "ruvex/socket/address.h"
-#include "ruvex/socket/connect.h"
-#include "ruvex/socket/options.h"
 #include "socket/socket_fixture.h"
 #include "support/failing_allocations.h"
 
@@ -22,18 +12,10 @@ namespace ruvex {
 static unsigned long refused_request = 0;
 constexpr int refused_broadcast = 99;
 
-// On 32-bit systems the calls have other names.
-#ifdef __arm__
-#define RUVEX_SETSOCKOPT "__setsockopt64"
-#else
-#define RUVEX_SETSOCKOPT "setsockopt"
-#endif
 extern "C" {
-int real_setsockopt(int fd, int level, int option, const void* value,
-                    socklen_t size) asm("__real_" RUVEX_SETSOCKOPT);
-int wrap_setsockopt(int fd, int level, int option, const void* value,
-                    socklen_t size) asm("__wrap_" RUVEX_SETSOCKOPT);
-int wrap_setsockopt(int fd, int level, int option, const void* value, socklen_t size) {
+decltype(::setsockopt) real_setsockopt asm("__real_" RUVEX_SETSOCKOPT);
+decltype(::setsockopt) wrap_setsockopt asm("__wrap_" RUVEX_SETSOCKOPT);
+int wrap_setsockopt(int fd, int level, int option, const void* value, socklen_t size) noexcept {
   if (option == SO_BROADCAST && *static_cast<const int*>(value) == refused_broadcast)
     return errno = EPERM, -1;
   return real_setsockopt(fd, level, option, value, size);
@@ -48,12 +30,8 @@ int __wrap_ioctl(int fd, unsigned long request, void* argument) {
 namespace {
 
 TEST_F(Sockets, AreMadeOrRefusedWithAReason) {
-  const std::tuple<int, int, int> rows[] = {// the length of the address
-                                            {AF_INET, SOCK_STREAM, 16},
-                                            {AF_INET, SOCK_DGRAM, 16},
-                                            {AF_LOCAL, SOCK_STREAM, 110},
-                                            {AF_LOCAL, SOCK_DGRAM, 110}};
-  for (const auto& [family, type, length] : rows) {
+  for (const auto& [family, type, length] :
+       {std::tuple(AF_INET, int{SOCK_STREAM}, 16), {AF_LOCAL, SOCK_DGRAM, 110}}) {
     const socket_ptr skt(sktNew(family, type));
     ASSERT_NE(skt, nullptr);
     EXPECT_EQ(std::tuple(skt->m_valid, ::fcntl(skt->m_sock, F_GETFD), skt->m_addrlen, skt->m_type),
@@ -75,16 +53,16 @@ TEST_F(Sockets, AreNotMadeWithoutDescriptors) {
   rlimit limit;
   ::getrlimit(RLIMIT_NOFILE, &limit);
   const rlimit reached = {0, limit.rlim_max};
-  ife_info info;
-  testing::internal::CaptureStderr();
-  ::setrlimit(RLIMIT_NOFILE, &reached);
-  EXPECT_EQ(
-      std::tuple(sktNew(AF_INET, SOCK_DGRAM), get_ife_info("lo", &info), ife_to_in_addr("lo")),
-      std::tuple(nullptr, -1, 0U));
-  ::setrlimit(RLIMIT_NOFILE, &limit);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(),
-            "socket(): Too many open files\nsocket(): Too many open files\n"
-            "socket(): Too many open files\n");
+  const auto make = [&] {
+    ife_info info;
+    ::setrlimit(RLIMIT_NOFILE, &reached);
+    const bool none = sktNew(AF_INET, SOCK_DGRAM) == nullptr && get_ife_info("lo", &info) == -1 &&
+                      ife_to_in_addr("lo") == 0;
+    ::setrlimit(RLIMIT_NOFILE, &limit);
+    return none;
+  };
+  const std::string line = "socket(): Too many open files\n";
+  EXPECT_EQ(outcome(make), "1 " + line + line + line);
 }
 
 TEST_F(Sockets, AreNotMadeWithoutMemory) {
@@ -109,26 +87,23 @@ TEST_F(Sockets, OptionsAndDestinationsAreSetAndNothingElse) {
   const socket_ptr tcp = marked(sktNew(AF_INET, SOCK_STREAM)),
                    udp = marked(sktNew(AF_INET, SOCK_DGRAM)),
                    local = marked(sktNew(AF_LOCAL, SOCK_DGRAM)),
-                   other = marked(sktNew(AF_INET, SOCK_DGRAM)),
                    copy = marked(sktNew(AF_LOCAL, SOCK_DGRAM)), closed(sktNew(AF_INET, SOCK_DGRAM)),
                    path(sktNew_PSEUDO(::open("/", O_PATH | O_CLOEXEC)));  // keeps its flags
   ::close(std::exchange(closed->m_sock, -1));
   std::strcpy(closed->m_ife, "lo");
   std::strcpy(udp->m_ife, "no such one");
-  std::strcpy(other->m_ife, "a name of sixteen");
+  std::strcpy(copy->m_ife, "a name of sixteen");
   const skt_address address = loopback();
   const std::string longest(107, 'n'), too_long = longest + "n", name = std::string("1\0", 2);
   const auto told = [&](const std::string& text) {  // an emulator does not tell time-outs
     return time_out_ms(*tcp, SO_RCVTIMEO) < 0 ? "" : text;
   };
-  const auto no_time = [](const std::string& option) {
-    return "-1 setsockopt( " + option + " ): Numerical argument out of domain\n";
-  };
+  const std::string no_time = " ): Numerical argument out of domain\n";
   const std::string promiscuous = "-1 Socket::SetPromiscuous():", bad = ": Bad file descriptor\n";
   // clang-format off
   expect_effects({
-      {tcp, with(sktSetNonblocking, 7), "0 nonblock=1 "}, {tcp, with(sktSetNonblocking, 1), "0 "},
-      {tcp, with(sktSetNonblocking, 0), "0 nonblock=0 "}, {tcp, with(sktSetNonblocking, 0), "0 "},
+      {tcp, with(sktSetNonblocking, 7), "0 nonblock=1 "},
+      {tcp, with(sktSetNonblocking, 0), "0 nonblock=0 "},
       {closed, with(sktSetNonblocking, 1), "-1 fcntl( F_GETFL )" + bad},
       {path, with(sktSetNonblocking, 1), "-1 fcntl( F_SETFL , O_NONBLOCK )" + bad},
       {tcp, with(sktReuse, 7), "0 reuse=1 "}, {tcp, with(sktReuse, 0), "0 reuse=0 "},
@@ -141,16 +116,14 @@ TEST_F(Sockets, OptionsAndDestinationsAreSetAndNothingElse) {
       {tcp, with(sktSetBcast, 1),
        "-1 Socket::SetBcast():Operation attempted on TCP socket...\n"},
       {closed, with(sktSetBcast, 1), "-1 getsockopt( SO_BROADCAST )" + bad},
-      {tcp, with(sktSetTimeouts, 60, 0), "0 " + told("rcv=60 ")},
+      {tcp, with(sktSetTimeouts, 1600, 0), "0 " + told("rcv=1600 ")},
       {tcp, with(sktSetTimeouts, 0, 80), "0 " + told("snd=80 ")},
-      {tcp, with(sktSetTimeouts, 0, 0), "0 "},
-      {tcp, with(sktSetTimeouts, 1500, 2400), "0 " + told("rcv=1500 snd=2400 ")},
-      {tcp, with(sktSetTimeouts, -1, 60), no_time("SO_RCVTIMEO")},
-      {tcp, with(sktSetTimeouts, 80, -1), no_time("SO_SNDTIMEO") + told("rcv=80 ")},
+      {tcp, with(sktSetTimeouts, -1, 60), "-1 setsockopt( SO_RCVTIMEO" + no_time},
+      {tcp, with(sktSetTimeouts, 80, -1), "-1 setsockopt( SO_SNDTIMEO" + no_time + told("rcv=80 ")},
       {tcp, with(sktSetPromiscuous, 1), promiscuous + "no interface specified"},
       {udp, with(sktSetPromiscuous, 1), promiscuous + "ioctl(SIOCGIFFLAGS): No such device\n"},
       {closed, with(sktSetPromiscuous, 1), promiscuous + "ioctl(SIOCGIFFLAGS)" + bad},
-      {other, with(sktSetPromiscuous, 1),
+      {copy, with(sktSetPromiscuous, 1),
        "-1 Socket: name of more than 15 characters: a name of sixteen\n"},
       {udp, with(sktSetDest, "10.1.2.3", 70000), "0 destaddr=10.1.2.3:4464 "},
       {udp, with(sktSetDest, "no such host", 81),
@@ -167,21 +140,11 @@ TEST_F(Sockets, OptionsAndDestinationsAreSetAndNothingElse) {
 }
 
 TEST_F(Sockets, DottedTextsAreAddresses) {
-  constexpr std::tuple<const char*, std::uint32_t, const char*> rows[] = {
-      {"192.168.10.20", 0xC0A80A14, "192.168.10.20"},
-      {"10.1", 0x0A000001, "10.0.0.1"},
-      {"0x7f.1", 0x7F000001, "127.0.0.1"},
-      {"1.2.3.4.5", 0, "0.0.0.0"},
-      {"", 0, "0.0.0.0"}};
-  for (const auto& [text, address, back] : rows) {
-    EXPECT_EQ(string_to_in_addr(text), htonl(address)) << text;
-    EXPECT_STREQ(in_addr_to_string(htonl(address)), back);
-  }
+  EXPECT_EQ(string_to_in_addr("0x7f.1"), htonl(INADDR_LOOPBACK));
+  EXPECT_EQ(string_to_in_addr("1.2.3.4.5"), 0U);
 }
 
-TEST_F(Sockets, InterfacesAreDescribed) {
-  const own_network network;
-  if (!network.missing().empty()) GTEST_SKIP() << network.missing();
+TEST_F(OwnNetwork, InterfacesAreDescribed) {
   ife_info info;
   const auto ask = [&](const char* name) {
     return outcome([&] { return get_ife_info(name, &info); });
@@ -189,11 +152,11 @@ TEST_F(Sockets, InterfacesAreDescribed) {
   EXPECT_EQ(ask(""), "1 ") << "the list has entries without a name";
   // lo is the first.
   ASSERT_TRUE(
-      own_network::run("for n in 2 3 4 5 6 7 8 9; do ip link add n$n type veth && "
-                       "ip addr add 10.0.$n.1/24 broadcast + dev n$n || exit 1; done"));
+      run("for n in 2 3 4 5 6 7 8 9; do ip link add n$n type veth && "
+          "ip addr add 10.0.$n.1/24 broadcast + dev n$n || exit 1; done"));
   EXPECT_EQ(ask("n8"), "-1 ioctl:SIOCGIFHWADDR: No such device\n");
-  for (const char* const name : {"n9", "", "no such interface"}) EXPECT_EQ(ask(name), "1 ") << name;
-  ASSERT_TRUE(own_network::run("ip link add eth0 address 02:11:22:33:44:55 type veth"));
+  EXPECT_EQ(ask("n9"), "1 ");
+  ASSERT_TRUE(run("ip link add eth0 address 02:11:22:33:44:55 type veth"));
   EXPECT_EQ(ask("n8"), "0 ");
   EXPECT_EQ(std::tuple(info.if_addr, info.if_netmask, info.if_broadaddr),
             std::tuple(htonl(0x0A000801), htonl(0xFFFFFF00), htonl(0x0A0008FF)));
@@ -201,20 +164,16 @@ TEST_F(Sockets, InterfacesAreDescribed) {
   const socket_ptr skt(sktNew(AF_INET, SOCK_DGRAM));
   std::strcpy(skt->m_ife, "n8");
   expect_effects({{skt, with(sktSetPromiscuous, 1), "0 promisc=1 "},
-                  {skt, with(sktSetPromiscuous, 0), "0 promisc=0 "},
-                  {skt,
-                   [](Socket* at) {
-                     refused_request = SIOCSIFFLAGS;
-                     return sktSetPromiscuous(at, 1);
-                   },
-                   "-1 Socket::SetPromiscuous():ioctl(SIOCSIFFLAGS): Operation not permitted\n"}});
+                  {skt, with(sktSetPromiscuous, 0), "0 promisc=0 "}});
   const std::pair<unsigned long, std::string> failures[] = {
-      {SIOCGIFCONF, "-1 ioctl:SIOCGIFCONF"},
-      {SIOCGIFNETMASK, "-1 ioctl:SIOCGIFNETMASK"},
-      {SIOCGIFBRDADDR, "-1 ioctl:SIOCGIFBRDADDR"}};
-  for (const auto& [request, text] : failures) {
+      {SIOCGIFCONF, "ioctl:SIOCGIFCONF"},
+      {SIOCGIFNETMASK, "ioctl:SIOCGIFNETMASK"},
+      {SIOCGIFBRDADDR, "ioctl:SIOCGIFBRDADDR"},
+      {SIOCSIFFLAGS, "Socket::SetPromiscuous():ioctl(SIOCSIFFLAGS)"}};
+  for (const auto& [request, label] : failures) {
     refused_request = request;
-    EXPECT_EQ(ask("n8"), text + ": Operation not permitted\n");
+    EXPECT_EQ(outcome([&] { return get_ife_info("n8", &info) + sktSetPromiscuous(skt.get(), 0); }),
+              "-1 " + label + ": Operation not permitted\n");
   }
   refused_request = 0;
   EXPECT_EQ(ife_to_in_addr("n9"), htonl(0x0A000901));

@@ -1,31 +1,17 @@
 // What the library does not share between threads, under the thread sanitizer above all.
-#include <fcntl.h>
-#include <netinet/in.h>
-#include <unistd.h>
-
-#include <atomic>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <thread>
 
 #include "cfg/document_text.h"
-#include "gtest/gtest.h"
 #include "ruvex/cfg/xml_reader.h"
 #include "ruvex/cfg/xml_writer.h"
 #include "ruvex/modbus/frame.h"
 #include "ruvex/modbus/transaction.h"
-#include "ruvex/serial/serial.h"
-#include "ruvex/socket/address.h"
-#include "ruvex/socket/bind.h"
-#include "ruvex/socket/connect.h"
-#include "ruvex/socket/transfer.h"
 #include "ruvex/util/base64.h"
-#include "ruvex/util/log.h"
 #include "ruvex/util/sar.h"
-#include "ruvex/util/semaphore_set.h"
-#include "ruvex/util/shared_memory.h"
 #include "ruvex/util/str.h"
+#include "socket/socket_fixture.h"
 #include "support/temporary_file.h"
 
 namespace ruvex {
@@ -43,23 +29,15 @@ void use_containers(const std::string& text) {
 }
 
 void use_sockets(const std::string& text) {
+  const char* const host = text == "one" ? "127.0.0.1" : "127.0.0.2";
   for (int round = 0; round < 20; ++round) {
-    const socket_ptr listener(CreateAfInetServer(SOCK_STREAM, "127.0.0.1", 0));
-    sockaddr_in own = {};
-    socklen_t size = sizeof own;
-    ::getsockname(listener->m_sock, reinterpret_cast<sockaddr*>(&own), &size);
     const socket_ptr udp(sktNew(AF_INET, SOCK_DGRAM));
-    const bool is_one = text == "one";
-    EXPECT_EQ(sktSetDest(udp.get(), is_one ? "127.0.0.1" : "127.0.0.2", 9), 0);
-    EXPECT_EQ(udp->m_destaddr->inet.sin_addr.s_addr, htonl(is_one ? 0x7F000001 : 0x7F000002));
-    const socket_ptr client(sktNew(AF_INET, SOCK_STREAM));
-    EXPECT_EQ(sktConnectHost(client.get(), "localhost", ntohs(own.sin_port), 2000), 0);
-    const socket_ptr server(sktAcceptTimeout(listener.get(), 2000));
-    const auto length = static_cast<int>(text.size());
-    EXPECT_EQ(sktSendS(client.get(), text.c_str()), length);
-    std::string got(text.size(), ' ');
-    EXPECT_EQ(sktRecv(server.get(), got.data(), length), length);
-    EXPECT_EQ(got, text);
+    EXPECT_EQ(sktSetDest(udp.get(), host, 9), 0);
+    EXPECT_EQ(udp->m_destaddr->inet.sin_addr.s_addr, string_to_in_addr(host));
+    const socket_ptr listener(CreateAfInetServer(SOCK_STREAM, "127.0.0.1", 0)),
+        client = connected_to(listener), server(sktAcceptTimeout(listener.get(), 2000));
+    EXPECT_EQ(sktSendS(client.get(), text.c_str()), static_cast<int>(text.size()));
+    EXPECT_EQ(received(server), text);
   }
 }
 
@@ -97,39 +75,6 @@ void exchange_messages(const std::string& text) {
   }
 }
 
-// On a pseudo-terminal at a device path that is free; elsewhere there is nothing to try.
-void use_serial_port(const std::string& text) {
-  const int number = text == "one" ? 4 : 5, far = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-  const std::string path = "/dev/ttyUSB" + std::to_string(number);
-  char near[64] = {}, bytes[64];
-  if (::grantpt(far) + ::unlockpt(far) + ::ptsname_r(far, near, sizeof near) == 0 &&
-      ::symlink(near, path.c_str()) == 0) {
-    for (int round = 0; round < 5; ++round) {
-      const ser_port_ptr port(serOpen(10 + number, 9600, 20));
-      serSendStr(port.get(), text.c_str());
-      EXPECT_EQ(text.compare(0, 5, bytes, static_cast<std::size_t>(::read(far, bytes, 5))), 0);
-    }
-    ::unlink(path.c_str());
-  }
-  ::close(far);
-}
-
-SemHandle turn;
-std::atomic<int> at_once = 0;
-
-void use_shared_data(const std::string& text) {
-  const std::string name = "/ruvex_threads_" + text;
-  for (int round = 0; round < 50; ++round) {
-    const shm_ptr memory(ShmOpen(name.c_str(), 16), {16}), again(ShmAttach(name.c_str()), {16});
-    std::strcpy(static_cast<char*>(memory.get()), text.c_str());
-    EXPECT_STREQ(static_cast<char*>(again.get()), text.c_str());
-    EXPECT_EQ(ShmUnlink(name.c_str()) + SemWait(&turn) + at_once.fetch_add(1), 0);
-    at_once = 0;
-    EXPECT_EQ(SemPost(&turn), 0);
-    SysLogS("%s", text.c_str());
-  }
-}
-
 // One thread at a time writes.
 void write_documents() {
   const yax_cfg_ptr doc(make_default_yax_cfg());
@@ -140,15 +85,12 @@ void write_documents() {
 }
 
 TEST(Threads, WorkAtOnceAndInTheirOwnData) {
-  ASSERT_EQ(SemCreateSet(1) + SemInit(&turn, 1), 0);
-  for (const auto& work : {use_containers, use_sockets, read_documents, exchange_messages,
-                           use_serial_port, use_shared_data}) {
+  for (const auto& work : {use_containers, use_sockets, read_documents, exchange_messages}) {
     std::thread one(work, "one"), other(work, "other");
     write_documents();
     one.join();
     other.join();
   }
-  EXPECT_EQ(SemRemoveSet(), 0);
 }
 
 }  // namespace
