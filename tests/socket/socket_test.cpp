@@ -116,7 +116,7 @@ TEST_F(Sockets, OptionsAndDestinationsAreSetAndNothingElse) {
       {tcp, with(sktSetBcast, 1),
        "-1 Socket::SetBcast():Operation attempted on TCP socket...\n"},
       {closed, with(sktSetBcast, 1), "-1 getsockopt( SO_BROADCAST )" + bad},
-      {tcp, with(sktSetTimeouts, 1600, 0), "0 " + told("rcv=1600 ")},
+      {tcp, with(sktSetTimeouts, 2040, 0), "0 " + told("rcv=2040 ")},
       {tcp, with(sktSetTimeouts, 0, 80), "0 " + told("snd=80 ")},
       {tcp, with(sktSetTimeouts, -1, 60), "-1 setsockopt( SO_RCVTIMEO" + no_time},
       {tcp, with(sktSetTimeouts, 80, -1), "-1 setsockopt( SO_SNDTIMEO" + no_time + told("rcv=80 ")},

@@ -84,7 +84,7 @@ TEST_F(Sockets, SignalsEndOnlyTheWaitsThatSayIt) {
     std::string result, result_with_restart;
     int time_ms = 0;
   } rows[] = {
-      {[&] { return sktConnectHost(next.get(), "localhost", port_of(full), 300); }, nothing,
+      {[&] { return sktConnectAddr(next.get(), &address, port_of(full), 300); }, nothing,
        "-1 ", "-1 "},
       {[&] { return sktSelectRd(1, selected, 300); }, nothing, no_select, no_select},
       {[&] { return accept(-1); }, call, "-1 ", "0 "},
@@ -142,13 +142,15 @@ TEST_F(Sockets, ProcessesThatShareAListenerGetAConnectionEachOrNone) {
     return ended;
   };
   constexpr int none = W_EXITCODE(0, 0), one = W_EXITCODE(1, 0);
+  const socket_ptr client = connected_to(listener);
+  EXPECT_EQ(accepting(2000)(listener.get()), 0) << "and gives its turn back";
   pause_after_select_us = 10000;
   for (int round = 0; round < 3; ++round) {
     EXPECT_EQ(wait_at_once(1, 100), (std::multiset{none, none, none, one}));
     EXPECT_EQ(wait_at_once(4, 2000), (std::multiset{one, one, one, one}));
   }
   pause_after_select_us = 0;
-  const socket_ptr client = connected_to(listener);
+  const socket_ptr last = connected_to(listener);
   struct flock turn = {};
   turn.l_type = F_WRLCK;
   ::fcntl(listener->m_sock, F_OFD_SETLK, &turn);  // as of another that is stopped in its turn
