@@ -74,6 +74,7 @@ class sheet_tidier {
         settings_(settings),
         shown_(path),
         refused_(path, &shown_),
+        form_(settings.replacement),
         has_begun_(settings.skip.has_value()) {}
 
   // The mapping lines of `text`; nothing, after messages, when there are none or not all of its
@@ -87,12 +88,13 @@ class sheet_tidier {
   void note_header(const std::vector<cell>& row) noexcept;
   void tell_header() noexcept;
   void tell_left_out(std::size_t first, std::size_t last, const char* why) noexcept;
+  void tell_replaced() const noexcept;
 
   const char* path_;
   const sheet_settings& settings_;
   progress shown_;
   refusals refused_;
-  const strict_form form_;
+  strict_form form_;
   std::string lines_;
   bool has_begun_;  // points may come
   std::size_t widest_ = 0;
@@ -116,6 +118,7 @@ std::optional<std::string> sheet_tidier::tidy(std::string_view text) {
     return std::nullopt;
   }
   if (refused_.count() != 0) return std::nullopt;
+  tell_replaced();
   if (!lines_.empty()) return std::move(lines_);
   complain("%s: no row has a unit and a reference with digits; see --delimiter and --columns",
            path_);
@@ -175,6 +178,15 @@ void sheet_tidier::tell_header() noexcept {
 void sheet_tidier::tell_left_out(std::size_t first, std::size_t last, const char* why) noexcept {
   shown_.hide();
   print_message({path_, first, last, 0, "left out", why});
+}
+
+void sheet_tidier::tell_replaced() const noexcept {
+  const auto& [count, place, field, what] = form_.replaced();
+  if (count == 0) return;
+  const std::string text = message(what, " in field ", static_cast<std::size_t>(field), " (",
+                                   mapping_columns[field].name, "); ", count,
+                                   count == 1 ? " place" : " places", " in all");
+  print_message({path_, place.line, place.line, place.column, "replaced", text});
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include "sheet.h"
 #include "text/encoding.h"
 #include "text/texts.h"
+#include "unwritable.h"
 
 namespace ruvex {
 namespace {
@@ -54,6 +55,12 @@ constexpr option_row<tidy_settings> option_rows[] = {
     {"columns", true,
      [](tidy_settings& settings, std::string_view text) {
        return settings.sheet.columns.parse(text);
+     }},
+    {"replace", true,
+     [](tidy_settings& settings, std::string_view text) {
+       if (text.empty() || find_unwritable(text) != nullptr) return false;
+       settings.sheet.replacement = text;
+       return true;
      }},
 };
 
@@ -110,6 +117,9 @@ output. What is left out is told on standard error.
                       N-M    columns N to M
                       -      nothing, and so are entries that are missing
                       =TEXT  TEXT in every line
+  --replace=TEXT    put TEXT for each comma, quote, line end and control
+                    character in a text, and say how often; numbers, units
+                    and references that hold one are refused all the same
       --help        print this help
       --version     print the version
 
