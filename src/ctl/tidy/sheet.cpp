@@ -3,10 +3,13 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <set>
+#include <string>
 #include <utility>
 #include <vector>
 
 #include "command.h"
+#include "numbers.h"
 #include "progress.h"
 #include "refusals.h"
 #include "report/place_message.h"
@@ -59,6 +62,40 @@ bool is_blank(std::string_view text) noexcept {
   return without_blanks(text).empty();
 }
 
+// What a spreadsheet program shows for a formula that it cannot work out, in any language.
+bool is_error_value(std::string_view text) noexcept {
+  text = without_blanks(text);
+  if (text.size() < 3 || text.front() != '#') return false;
+  return text.ends_with('!') || text.ends_with('?') || text == "#N/A";
+}
+
+bool is_blank_point(const field_sources& sources) noexcept {
+  return is_blank(sources[field_unit].text) && is_blank(sources[field_reference].text);
+}
+
+// Whether a row is certainly none of a header.
+bool is_point(const field_sources& sources) noexcept {
+  const std::string_view unit = sources[field_unit].text;
+  const std::string_view reference = sources[field_reference].text;
+  return (has_digit(unit) && has_digit(reference)) || is_error_value(unit) ||
+         is_error_value(reference);
+}
+
+// The texts of a row, by which a header is known again.
+using row_texts = std::vector<std::string>;
+row_texts texts_of(const std::vector<cell>& row) {
+  row_texts texts;
+  for (const cell& cell : row) texts.emplace_back(without_blanks(cell.text));
+  while (!texts.empty() && texts.back().empty()) texts.pop_back();
+  return texts;
+}
+
+// Whether a cell may hold a comma, and another one a point: a look that is cheap, as the rows are
+// read a second time where it is so.
+bool may_hold_unclear_numbers(std::string_view text, char delimiter) noexcept {
+  return text.find(delimiter == ',' ? '"' : ',') != text.npos && text.find('.') != text.npos;
+}
+
 constexpr const char* defect_messages[] = {
     "",  // none
     "this quote is not closed",
@@ -83,9 +120,12 @@ class sheet_tidier {
 
  private:
   void take(const std::vector<cell>& row);
+  std::size_t find_decimal_comma_line(row_reader reader) const;
+  void note_skipped(row_reader reader);
+  bool is_repeated_header(const std::vector<cell>& row, const field_sources& sources) const;
   bool refuse_defects(const std::vector<cell>& row) noexcept;
   bool refuse_surplus(const std::vector<cell>& row) noexcept;
-  void note_header(const std::vector<cell>& row) noexcept;
+  void note_header(const std::vector<cell>& row, const field_sources& sources);
   void tell_header() noexcept;
   void tell_left_out(std::size_t first, std::size_t last, const char* why) noexcept;
   void tell_replaced() const noexcept;
@@ -98,14 +138,20 @@ class sheet_tidier {
   std::string lines_;
   bool has_begun_;  // points may come
   std::size_t widest_ = 0;
+  std::set<row_texts> headers_;  // those that could be taken for points
   std::size_t header_first_ = 0;
   std::size_t header_last_ = 0;
 };
 
 std::optional<std::string> sheet_tidier::tidy(std::string_view text) {
+  const std::string_view whole = text;
   const std::size_t skipped = skip_lines(text, settings_.skip.value_or(0));
   const char delimiter = settings_.delimiter ? *settings_.delimiter : find_delimiter(text);
+  note_skipped(row_reader(whole.substr(0, whole.size() - text.size()), delimiter));
   row_reader reader(text, delimiter, skipped + 1);
+  if (may_hold_unclear_numbers(text, delimiter)) {
+    form_.expect_decimal_commas(find_decimal_comma_line(reader));
+  }
   std::vector<cell> row;
   for (std::int64_t number = 1; reader.next(row); ++number) {
     take(row);
@@ -129,19 +175,48 @@ void sheet_tidier::take(const std::vector<cell>& row) {
   widest_ = std::max(widest_, row.size());
   if (refuse_defects(row)) return;
   const field_sources sources = settings_.columns.select(row);
-  const std::string_view unit = sources[field_unit].text;
-  const std::string_view reference = sources[field_reference].text;
   if (!has_begun_) {
-    if (!has_digit(unit) || !has_digit(reference)) return note_header(row);
+    if (!is_point(sources)) return note_header(row, sources);
     tell_header();
     has_begun_ = true;
   }
   const text_place place = row.front().place;
-  if (!is_blank(unit) || !is_blank(reference)) {
+  if (is_repeated_header(row, sources)) {
+    tell_left_out(place.line, place.line, "repeated header");
+  } else if (!is_blank_point(sources)) {
     if (!refuse_surplus(row)) form_.append_line(sources, place, refused_, lines_);
   } else if (!is_blank_row(row)) {
     tell_left_out(place.line, place.line, "no unit and no reference");
   }
+}
+
+// The line of the first number with a decimal comma; 0 when no point has one.
+std::size_t sheet_tidier::find_decimal_comma_line(row_reader reader) const {
+  std::vector<cell> row;
+  for (bool has_begun = has_begun_; reader.next(row);) {
+    const field_sources sources = settings_.columns.select(row);
+    has_begun = has_begun || is_point(sources);
+    if (!has_begun || is_blank_point(sources)) continue;
+    for (const mapping_column& column : mapping_columns) {
+      const auto& [text, place] = sources[column.field];
+      if (!may_have_fraction(column)) continue;
+      if (find_decimal_comma(without_blanks(text)) != text.npos) return place.line;
+    }
+  }
+  return 0;
+}
+
+void sheet_tidier::note_skipped(row_reader reader) {
+  std::vector<cell> row;
+  while (reader.next(row)) {
+    const field_sources sources = settings_.columns.select(row);
+    if (!is_point(sources) && !is_blank_point(sources)) headers_.insert(texts_of(row));
+  }
+}
+
+bool sheet_tidier::is_repeated_header(const std::vector<cell>& row,
+                                      const field_sources& sources) const {
+  return !headers_.empty() && !is_point(sources) && headers_.contains(texts_of(row));
 }
 
 bool sheet_tidier::refuse_defects(const std::vector<cell>& row) noexcept {
@@ -164,8 +239,9 @@ bool sheet_tidier::refuse_surplus(const std::vector<cell>& row) noexcept {
   return true;
 }
 
-void sheet_tidier::note_header(const std::vector<cell>& row) noexcept {
+void sheet_tidier::note_header(const std::vector<cell>& row, const field_sources& sources) {
   if (is_blank_row(row)) return;
+  if (!is_blank_point(sources)) headers_.insert(texts_of(row));
   header_last_ = row.front().place.line;
   if (header_first_ == 0) header_first_ = header_last_;
 }

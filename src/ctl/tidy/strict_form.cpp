@@ -3,25 +3,13 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "numbers.h"
 #include "ruvex/mapping/rules.h"
 #include "text/texts.h"
 #include "unwritable.h"
 
 namespace ruvex {
 namespace {
-
-// The place of the comma of a number such as "-0,5"; npos where there is none. "1,500" is not taken
-// for such a number, as it can be meant as one and a half or as fifteen hundred.
-std::size_t find_decimal_comma(std::string_view text) noexcept {
-  const std::size_t comma = text.find(',');
-  if (comma == std::string_view::npos) return comma;
-  std::string_view whole = text.substr(0, comma);
-  const std::string_view fraction = text.substr(comma + 1);
-  if (whole.starts_with('-') || whole.starts_with('+')) whole.remove_prefix(1);
-  if (!is_digits(whole) || !is_digits(fraction)) return std::string_view::npos;
-  const bool may_be_thousands = fraction.size() == 3 && whole.size() <= 3 && whole.front() != '0';
-  return may_be_thousands ? std::string_view::npos : comma;
-}
 
 // Whether a field is a text for people or a text of a table. A replacement in any other field, a
 // number, a unit or a reference, could make another number of it.
@@ -48,7 +36,7 @@ std::string strict_text(const mapping_column& column, std::string_view source) {
     std::replace_if(text.begin(), text.end(), is_dropped, ' ');
     return std::string(without_blanks(text));
   }
-  if (column.field == field_cov_inc || column.rule == column_rule::scale_end) {
+  if (may_have_fraction(column)) {
     const std::size_t comma = find_decimal_comma(text);
     if (comma != std::string::npos) text[comma] = '.';
   }
@@ -100,7 +88,23 @@ void strict_form::refuse(const mapping_column& column, const text_place& place,
     refused.add(place, "field %zu (%s) holds %s, which a mapping file cannot hold%s", field,
                 column.name.data(), unwritable,
                 is_text(column.field) && !replacement_ ? "; see --replace" : "");
+  } else if (decimal_comma_line_ != 0) {
+    refuse_unclear(column, place, text, refused);
   }
+}
+
+// A point beside decimal commas nearly always separates thousands, and the controller would take it
+// for a decimal one.
+void strict_form::refuse_unclear(const mapping_column& column, const text_place& place,
+                                 std::string_view text, refusals& refused) const {
+  const bool is_number = may_have_fraction(column) || column.field == field_reference ||
+                         column.field == field_instance;
+  if (!is_number) return;
+  const std::optional<unclear_number> number = find_unclear_number(text);
+  if (!number) return;
+  refused.add(place, "field %zu (%s) may be %s or %s, as line %zu has a decimal comma",
+              static_cast<std::size_t>(column.field), column.name.data(),
+              number->with_thousands.c_str(), number->with_fraction.c_str(), decimal_comma_line_);
 }
 
 void strict_form::append_line(const field_sources& sources, const text_place& row,

@@ -31,6 +31,10 @@ class strict_form {
   explicit strict_form(std::optional<std::string_view> replacement) noexcept
       : replacement_(replacement) {}
 
+  // Has numbers such as "1.500" refused from now on, because the sheet writes decimal commas: the
+  // first one on `line`.
+  void expect_decimal_commas(std::size_t line) noexcept { decimal_comma_line_ = line; }
+
   // Appends the line with these fields, from the row at `row`, to `lines`. Blanks around a text are
   // dropped; a field without text gets the text that leaves its setting at the default; the decimal
   // comma of a number becomes a point; commas, double quotes and line ends of the label, which is
@@ -53,9 +57,12 @@ class strict_form {
   void fill_blanks(field_texts& texts) const;
   void refuse(const mapping_column& column, const text_place& place, std::string_view text,
               refusals& refused) const;
+  void refuse_unclear(const mapping_column& column, const text_place& place, std::string_view text,
+                      refusals& refused) const;
 
   const std::optional<std::string_view> replacement_;
   replacements replaced_;
+  std::size_t decimal_comma_line_ = 0;  // 0: none
   const chn_cfg defaults_ = csv_defaults();
 };
 

@@ -111,6 +111,7 @@ output. What is left out is told on standard error.
   --encoding=NAME   utf-8, utf-16, latin1; auto (the default) tells them apart
   --skip=N          leave out the first N lines; by default the lines before
                     the first with a digit in both its unit and its reference
+                    (or with #REF!, or the like, in one of them)
   --columns=LIST    the columns that become the fields 0 to 16, by default the
                     first 17; entries are separated by commas:
                       N      column N, from 1
@@ -123,11 +124,12 @@ output. What is left out is told on standard error.
       --help        print this help
       --version     print the version
 
-Later rows without a unit and a reference are left out. A blank cell gets the
-text that keeps the default. A decimal comma in a COV increment or a scale
-becomes a point; 1,500 is refused, as it may be 1.5 or 1500. In the label,
-which is not used, commas, quotes and line ends become blanks. A FILE that is
-"-" is standard input. The exit status is 0, or 2 in case of trouble.
+Later rows without a unit and a reference are left out, and so are repeated
+headers. A blank cell gets the text that keeps the default. A decimal comma in
+a COV increment or a scale becomes a point; 1,500 is refused, as it may be 1.5
+or 1500, and so is 1.500 in a FILE with decimal commas. In the label, which is
+not used, commas, quotes and line ends become blanks. A FILE that is "-" is
+standard input. The exit status is 0, or 2 in case of trouble.
 
 The fields are: 0 label, 1 COV increment, 2 name, 3 unit, 4 reference,
 5 data type, 6 object type, 7 instance, 8 units, 9 description, 10 bit number,
