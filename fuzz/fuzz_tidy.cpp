@@ -43,14 +43,15 @@ void require_strict_form(std::string_view lines) {
 void run(std::string_view bytes) {
   if (bytes.size() < 2) return;
   constexpr text_encoding encodings[] = {text_encoding::automatic, text_encoding::utf8,
-                                         text_encoding::utf16, text_encoding::latin1};
+                                         text_encoding::utf16, text_encoding::latin1,
+                                         text_encoding::cp1252};
   const auto choice = static_cast<unsigned char>(bytes[0]);
   sheet_settings settings;
   const auto delimiter = static_cast<char>(bytes[1] & 0x7F);
   if (delimiter == ',' || delimiter == ';') settings.delimiter = delimiter;
   if (delimiter != bytes[1]) settings.replacement = "_";
   if (choice >= 0x80) settings.skip = choice % 3;
-  const decoded_text decoded = decode_text(std::string(bytes.substr(2)), encodings[choice % 4]);
+  const decoded_text decoded = decode_text(std::string(bytes.substr(2)), encodings[choice % 5]);
   if (decoded.defect != nullptr) return;
   const std::optional<std::string> lines = tidy_sheet("-", decoded.text, settings);
   if (!lines) return;

@@ -81,13 +81,19 @@ bool is_point(const field_sources& sources) noexcept {
          is_error_value(reference);
 }
 
-// The texts of a row, by which a header is known again.
-using row_texts = std::vector<std::string>;
-row_texts texts_of(const std::vector<cell>& row) {
-  row_texts texts;
-  for (const cell& cell : row) texts.emplace_back(without_blanks(cell.text));
-  while (!texts.empty() && texts.back().empty()) texts.pop_back();
-  return texts;
+// A row as a text by which it is known again: its cells, each behind its length. Blanks around a
+// cell and blank cells at the end do not count. One text takes less memory than a list, and a file
+// without points has nothing but such rows.
+std::string row_key(const std::vector<cell>& row) {
+  std::string key;
+  std::size_t end = 0;  // of the last cell that is not blank
+  for (const cell& cell : row) {
+    const std::string_view text = without_blanks(cell.text);
+    append(key, text.size()), append(key, ":"), append(key, text);
+    if (!text.empty()) end = key.size();
+  }
+  key.resize(end);
+  return key;
 }
 
 // Whether a cell may hold a comma, and another one a point: a look that is cheap, as the rows are
@@ -138,7 +144,7 @@ class sheet_tidier {
   std::string lines_;
   bool has_begun_;  // points may come
   std::size_t widest_ = 0;
-  std::set<row_texts> headers_;  // those that could be taken for points
+  std::set<std::string> headers_;  // those that could be taken for points
   std::size_t header_first_ = 0;
   std::size_t header_last_ = 0;
 };
@@ -210,13 +216,13 @@ void sheet_tidier::note_skipped(row_reader reader) {
   std::vector<cell> row;
   while (reader.next(row)) {
     const field_sources sources = settings_.columns.select(row);
-    if (!is_point(sources) && !is_blank_point(sources)) headers_.insert(texts_of(row));
+    if (!is_point(sources) && !is_blank_point(sources)) headers_.insert(row_key(row));
   }
 }
 
 bool sheet_tidier::is_repeated_header(const std::vector<cell>& row,
                                       const field_sources& sources) const {
-  return !headers_.empty() && !is_point(sources) && headers_.contains(texts_of(row));
+  return !headers_.empty() && !is_point(sources) && headers_.contains(row_key(row));
 }
 
 bool sheet_tidier::refuse_defects(const std::vector<cell>& row) noexcept {
@@ -241,7 +247,7 @@ bool sheet_tidier::refuse_surplus(const std::vector<cell>& row) noexcept {
 
 void sheet_tidier::note_header(const std::vector<cell>& row, const field_sources& sources) {
   if (is_blank_row(row)) return;
-  if (!is_blank_point(sources)) headers_.insert(texts_of(row));
+  if (!is_blank_point(sources)) headers_.insert(row_key(row));
   header_last_ = row.front().place.line;
   if (header_first_ == 0) header_first_ = header_last_;
 }

@@ -25,10 +25,9 @@ constexpr choice<std::optional<char>> delimiters[] = {
 };
 
 constexpr choice<text_encoding> encodings[] = {
-    {"auto", text_encoding::automatic},
-    {"utf-8", text_encoding::utf8},
-    {"utf-16", text_encoding::utf16},
-    {"latin1", text_encoding::latin1},
+    {"auto", text_encoding::automatic}, {"utf-8", text_encoding::utf8},
+    {"utf-16", text_encoding::utf16},   {"latin1", text_encoding::latin1},
+    {"cp1252", text_encoding::cp1252},
 };
 
 bool take_delimiter(tidy_settings& settings, std::string_view text) {
@@ -64,16 +63,20 @@ constexpr option_row<tidy_settings> option_rows[] = {
      }},
 };
 
+// Every byte is a character of these, so what they were taken for is but likely.
+void tell_assumed(const char* path, text_encoding encoding) noexcept {
+  if (encoding == text_encoding::latin1) complain("%s: taken as Latin-1", path);
+  if (encoding == text_encoding::cp1252) complain("%s: taken as Windows-1252", path);
+}
+
 std::optional<std::string> read_text(const char* path, text_encoding encoding) {
   std::optional<std::string> content = read_content(path);
   if (!content) return std::nullopt;
   decoded_text decoded = decode_text(std::move(*content), encoding);
+  if (encoding == text_encoding::automatic) tell_assumed(path, decoded.encoding);
   if (decoded.defect != nullptr) {
     refusals(path).add(decoded.place, "%s; see --encoding", decoded.defect);
     return std::nullopt;
-  }
-  if (encoding == text_encoding::automatic && decoded.encoding == text_encoding::latin1) {
-    complain("%s: taken as Latin-1", path);
   }
   return std::move(decoded.text);
 }
@@ -108,7 +111,8 @@ output. What is left out is told on standard error.
   --delimiter=C     what separates the cells of FILE: one character, or tab,
                     comma, semicolon, pipe; auto (the default) takes the one
                     of these four that gives the most cells
-  --encoding=NAME   utf-8, utf-16, latin1; auto (the default) tells them apart
+  --encoding=NAME   utf-8, utf-16, latin1, cp1252; auto (the default) tells
+                    them apart
   --skip=N          leave out the first N lines; by default the lines before
                     the first with a digit in both its unit and its reference
                     (or with #REF!, or the like, in one of them)
