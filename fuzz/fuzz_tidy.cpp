@@ -38,8 +38,8 @@ void require_strict_form(std::string_view lines) {
   }
 }
 
-// The first byte chooses the encoding and whether lines are skipped, the second the delimiter and
-// whether there is a replacement.
+// The first byte chooses the encoding, the columns and whether lines are skipped, the second the
+// delimiter and whether there is a replacement. The header is shown in every case.
 void run(std::string_view bytes) {
   if (bytes.size() < 2) return;
   constexpr text_encoding encodings[] = {text_encoding::automatic, text_encoding::utf8,
@@ -51,8 +51,13 @@ void run(std::string_view bytes) {
   if (delimiter == ',' || delimiter == ';') settings.delimiter = delimiter;
   if (delimiter != bytes[1]) settings.replacement = "_";
   if (choice >= 0x80) settings.skip = choice % 3;
+  if (choice / 40 == 1 || choice / 40 == 4) {
+    settings.columns.parse("Unit=U,Reference=R,name=N,device scale high=S,=L");
+  }
   const decoded_text decoded = decode_text(std::string(bytes.substr(2)), encodings[choice % 5]);
   if (decoded.defect != nullptr) return;
+  const std::optional<std::string> shown = show_header("-", decoded.text, settings);
+  require(!shown || shown->ends_with('\n'), "what is shown are lines");
   const std::optional<std::string> lines = tidy_sheet("-", decoded.text, settings);
   if (!lines) return;
   require_strict_form(*lines);

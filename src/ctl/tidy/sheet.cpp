@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "command.h"
+#include "header.h"
 #include "numbers.h"
 #include "progress.h"
 #include "refusals.h"
@@ -118,13 +119,20 @@ class sheet_tidier {
         shown_(path),
         refused_(path, &shown_),
         form_(settings.replacement),
+        columns_(settings.columns),
         has_begun_(settings.skip.has_value()) {}
 
   // The mapping lines of `text`; nothing, after messages, when there are none or not all of its
   // points can be told in them.
   std::optional<std::string> tidy(std::string_view text);
 
+  // What the columns of `text` become; nothing, after messages, when that cannot be told.
+  std::optional<std::string> show_header(std::string_view text);
+
  private:
+  char delimiter_of(std::string_view text) const;
+  bool find_header(row_reader reader);
+  bool is_header(const std::vector<cell>& row, const field_sources& sources) const noexcept;
   void take(const std::vector<cell>& row);
   std::size_t find_decimal_comma_line(row_reader reader) const;
   void note_skipped(row_reader reader);
@@ -141,6 +149,8 @@ class sheet_tidier {
   progress shown_;
   refusals refused_;
   strict_form form_;
+  column_list columns_;  // those of the settings, with their headers found
+  std::vector<cell> header_row_;
   std::string lines_;
   bool has_begun_;  // points may come
   std::size_t widest_ = 0;
@@ -152,7 +162,8 @@ class sheet_tidier {
 std::optional<std::string> sheet_tidier::tidy(std::string_view text) {
   const std::string_view whole = text;
   const std::size_t skipped = skip_lines(text, settings_.skip.value_or(0));
-  const char delimiter = settings_.delimiter ? *settings_.delimiter : find_delimiter(text);
+  const char delimiter = delimiter_of(text);
+  if (columns_.has_names() && !find_header(row_reader(whole, delimiter))) return std::nullopt;
   note_skipped(row_reader(whole.substr(0, whole.size() - text.size()), delimiter));
   row_reader reader(text, delimiter, skipped + 1);
   if (may_hold_unclear_numbers(text, delimiter)) {
@@ -164,8 +175,8 @@ std::optional<std::string> sheet_tidier::tidy(std::string_view text) {
     shown_.at(number);
   }
   shown_.hide();
-  if (!has_begun_) tell_header();
-  if (const std::size_t column = settings_.columns.largest_chosen(); column > widest_) {
+  tell_header();
+  if (const std::size_t column = columns_.largest_chosen(); column > widest_) {
     complain("%s: no row has a column %zu", path_, column);
     return std::nullopt;
   }
@@ -177,15 +188,42 @@ std::optional<std::string> sheet_tidier::tidy(std::string_view text) {
   return std::nullopt;
 }
 
+std::optional<std::string> sheet_tidier::show_header(std::string_view text) {
+  const std::string_view whole = text;
+  skip_lines(text, settings_.skip.value_or(0));
+  if (!find_header(row_reader(whole, delimiter_of(text)))) return std::nullopt;
+  return describe_header(header_row_, columns_);
+}
+
+char sheet_tidier::delimiter_of(std::string_view text) const {
+  return settings_.delimiter ? *settings_.delimiter : find_delimiter(text);
+}
+
+// Finds the columns that have been chosen by header. They may stand in lines that are skipped.
+bool sheet_tidier::find_header(row_reader reader) {
+  header_row_ = find_header_row(reader, columns_);
+  if (header_row_.empty()) {
+    complain("%s: no row is a header", path_);
+    return false;
+  }
+  columns_.find_headers(header_row_, refused_);
+  return refused_.count() == 0;
+}
+
+bool sheet_tidier::is_header(const std::vector<cell>& row,
+                             const field_sources& sources) const noexcept {
+  const std::size_t line = row.front().place.line;
+  if (!header_row_.empty() && line <= header_row_.front().place.line) return true;
+  return !has_begun_ && !is_point(sources);
+}
+
 void sheet_tidier::take(const std::vector<cell>& row) {
   widest_ = std::max(widest_, row.size());
   if (refuse_defects(row)) return;
-  const field_sources sources = settings_.columns.select(row);
-  if (!has_begun_) {
-    if (!is_point(sources)) return note_header(row, sources);
-    tell_header();
-    has_begun_ = true;
-  }
+  const field_sources sources = columns_.select(row);
+  if (is_header(row, sources)) return note_header(row, sources);
+  tell_header();
+  has_begun_ = true;
   const text_place place = row.front().place;
   if (is_repeated_header(row, sources)) {
     tell_left_out(place.line, place.line, "repeated header");
@@ -200,7 +238,7 @@ void sheet_tidier::take(const std::vector<cell>& row) {
 std::size_t sheet_tidier::find_decimal_comma_line(row_reader reader) const {
   std::vector<cell> row;
   for (bool has_begun = has_begun_; reader.next(row);) {
-    const field_sources sources = settings_.columns.select(row);
+    const field_sources sources = columns_.select(row);
     has_begun = has_begun || is_point(sources);
     if (!has_begun || is_blank_point(sources)) continue;
     for (const mapping_column& column : mapping_columns) {
@@ -215,7 +253,7 @@ std::size_t sheet_tidier::find_decimal_comma_line(row_reader reader) const {
 void sheet_tidier::note_skipped(row_reader reader) {
   std::vector<cell> row;
   while (reader.next(row)) {
-    const field_sources sources = settings_.columns.select(row);
+    const field_sources sources = columns_.select(row);
     if (!is_point(sources) && !is_blank_point(sources)) headers_.insert(row_key(row));
   }
 }
@@ -236,7 +274,7 @@ bool sheet_tidier::refuse_defects(const std::vector<cell>& row) noexcept {
 
 // Columns that nobody has chosen must not go unnoticed.
 bool sheet_tidier::refuse_surplus(const std::vector<cell>& row) noexcept {
-  if (settings_.columns.is_chosen()) return false;
+  if (columns_.is_chosen()) return false;
   std::size_t used = row.size();
   while (used > max_mapping_fields && is_blank(row[used - 1].text)) --used;
   if (used <= max_mapping_fields) return false;
@@ -255,6 +293,7 @@ void sheet_tidier::note_header(const std::vector<cell>& row, const field_sources
 void sheet_tidier::tell_header() noexcept {
   if (header_first_ == 0) return;
   tell_left_out(header_first_, header_last_, "header");
+  header_first_ = 0;
 }
 
 void sheet_tidier::tell_left_out(std::size_t first, std::size_t last, const char* why) noexcept {
@@ -276,6 +315,11 @@ void sheet_tidier::tell_replaced() const noexcept {
 std::optional<std::string> tidy_sheet(const char* path, std::string_view text,
                                       const sheet_settings& settings) {
   return sheet_tidier(path, settings).tidy(text);
+}
+
+std::optional<std::string> show_header(const char* path, std::string_view text,
+                                       const sheet_settings& settings) {
+  return sheet_tidier(path, settings).show_header(text);
 }
 
 }  // namespace ruvex

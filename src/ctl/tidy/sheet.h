@@ -23,4 +23,9 @@ struct sheet_settings {
 std::optional<std::string> tidy_sheet(const char* path, std::string_view text,
                                       const sheet_settings& settings);
 
+// What the columns under the sheet's header become, as lines for people. Nothing, after refusals or
+// a complaint, when there is no row, or not every header by which columns have been chosen.
+std::optional<std::string> show_header(const char* path, std::string_view text,
+                                       const sheet_settings& settings);
+
 }  // namespace ruvex

@@ -7,6 +7,7 @@
 #include "input.h"
 #include "output.h"
 #include "refusals.h"
+#include "ruvex/mapping/columns.h"
 #include "sheet.h"
 #include "text/encoding.h"
 #include "text/texts.h"
@@ -18,6 +19,7 @@ namespace {
 struct tidy_settings {
   text_encoding encoding = text_encoding::automatic;
   sheet_settings sheet;
+  bool shows_header = false;
 };
 
 constexpr choice<std::optional<char>> delimiters[] = {
@@ -55,6 +57,8 @@ constexpr option_row<tidy_settings> option_rows[] = {
      [](tidy_settings& settings, std::string_view text) {
        return settings.sheet.columns.parse(text);
      }},
+    {"header", false,
+     [](tidy_settings& settings, std::string_view) { return settings.shows_header = true; }},
     {"replace", true,
      [](tidy_settings& settings, std::string_view text) {
        if (text.empty() || find_unwritable(text) != nullptr) return false;
@@ -81,15 +85,27 @@ std::optional<std::string> read_text(const char* path, text_encoding encoding) {
   return std::move(decoded.text);
 }
 
+int complain_of_field(std::string_view name) {
+  std::string names;
+  for (const mapping_column& column : mapping_columns) {
+    append(names, names.empty() ? "" : ", "), append(names, column.name);
+  }
+  return complain_of_use(tidy_command,
+                         message("no field has the name '", name, "'; there are ", names));
+}
+
 int run_tidy(int argc, char** argv) {
   tidy_settings settings;
   const std::optional<int> status = read_options(tidy_command, argc, argv, option_rows, settings);
   if (status) return *status;
   if (operands(argc, argv).size() != 1) return complain_of_use(tidy_command, "one file is needed");
+  const std::string_view unknown = settings.sheet.columns.unknown_name();
+  if (!unknown.empty()) return complain_of_field(unknown);
   const char* const path = operands(argc, argv).front();
   const std::optional<std::string> text = read_text(path, settings.encoding);
   if (!text) return ctl_trouble;
-  const std::optional<std::string> lines = tidy_sheet(path, *text, settings.sheet);
+  const auto work = settings.shows_header ? show_header : tidy_sheet;
+  const std::optional<std::string> lines = work(path, *text, settings.sheet);
   if (!lines) return ctl_trouble;
   output out;
   out.put(*lines);
@@ -122,6 +138,9 @@ output. What is left out is told on standard error.
                       N-M    columns N to M
                       -      nothing, and so are entries that are missing
                       =TEXT  TEXT in every line
+                    and FIELD=HEADER anywhere among them: for the field with
+                    this name the column with this header
+  --header          print the header of FILE and what its columns become
   --replace=TEXT    put TEXT for each comma, quote, line end and control
                     character in a text, and say how often; numbers, units
                     and references that hold one are refused all the same
@@ -144,6 +163,7 @@ Examples:
   ruvexctl tidy export.csv > plant.csv && ruvexctl check plant.csv &&
       ruvex plant.csv plant.xml
   ruvexctl tidy --columns=1,=0,3,5-12 export.csv > plant.csv
+  ruvexctl tidy --columns=Unit=Slave,Reference=Register --header export.csv
 )",
     run_tidy};
 
