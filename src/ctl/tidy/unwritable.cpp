@@ -1,6 +1,6 @@
 #include "unwritable.h"
 
-#include <utility>
+#include <algorithm>
 
 #include "text/cells.h"
 #include "text/characters.h"
@@ -13,9 +13,20 @@ struct piece {
   const char* unwritable;  // null: a mapping file can hold it
 };
 
-// The character at the start of a text that is not empty. A typographic sign of another code page
-// comes out as one of U+0080 to U+009F when it is taken for Latin-1.
+// How many characters at the start of a text are printable ones of ASCII and neither a comma nor a
+// double quote: nearly always all.
+std::size_t plain_length(std::string_view text) noexcept {
+  const auto is_plain = [](char character) {
+    return character >= ' ' && character < '\x7F' && character != ',' && character != '"';
+  };
+  const auto end = std::find_if_not(text.begin(), text.end(), is_plain);
+  return static_cast<std::size_t>(end - text.begin());
+}
+
+// The plain characters, or the other one, at the start of a text that is not empty. A typographic
+// sign of another code page comes out as one of U+0080 to U+009F when it is taken for Latin-1.
 piece piece_at(std::string_view text) noexcept {
+  if (const std::size_t length = plain_length(text); length != 0) return {length, nullptr};
   switch (text.front()) {
     case ',':
       return {1, "a comma"};
