@@ -38,17 +38,26 @@ void require_strict_form(std::string_view lines) {
   }
 }
 
-// The first byte chooses the encoding and whether lines are skipped, the second the delimiter.
+// The first byte chooses the encoding, the columns and whether lines are skipped, the second the
+// delimiter and whether there is a replacement. The header is shown in every case.
 void run(std::string_view bytes) {
   if (bytes.size() < 2) return;
   constexpr text_encoding encodings[] = {text_encoding::automatic, text_encoding::utf8,
-                                         text_encoding::utf16, text_encoding::latin1};
+                                         text_encoding::utf16, text_encoding::latin1,
+                                         text_encoding::cp1252};
   const auto choice = static_cast<unsigned char>(bytes[0]);
   sheet_settings settings;
-  if (bytes[1] == ',' || bytes[1] == ';') settings.delimiter = bytes[1];
+  const auto delimiter = static_cast<char>(bytes[1] & 0x7F);
+  if (delimiter == ',' || delimiter == ';') settings.delimiter = delimiter;
+  if (delimiter != bytes[1]) settings.replacement = "_";
   if (choice >= 0x80) settings.skip = choice % 3;
-  const decoded_text decoded = decode_text(std::string(bytes.substr(2)), encodings[choice % 4]);
+  if (choice / 40 == 1 || choice / 40 == 4) {
+    settings.columns.parse("Unit=U,Reference=R,name=N,device scale high=S,=L");
+  }
+  const decoded_text decoded = decode_text(std::string(bytes.substr(2)), encodings[choice % 5]);
   if (decoded.defect != nullptr) return;
+  const std::optional<std::string> shown = show_header("-", decoded.text, settings);
+  require(!shown || shown->ends_with('\n'), "what is shown are lines");
   const std::optional<std::string> lines = tidy_sheet("-", decoded.text, settings);
   if (!lines) return;
   require_strict_form(*lines);

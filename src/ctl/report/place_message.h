@@ -22,7 +22,7 @@ struct place_message {
   std::size_t line;       // from 1
   std::size_t last_line;  // that of the first, or of the last of several
   std::size_t column;     // from 1, in bytes; 0: the lines as a whole
-  std::string_view kind;  // "error", "warning", "left out"
+  std::string_view kind;  // "error", "warning", "left out", "replaced"
   std::string_view text;
 };
 

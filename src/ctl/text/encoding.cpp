@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <string_view>
 #include <utility>
 
@@ -74,6 +75,37 @@ decoded_text decode_latin1(std::string_view content) {
   return {std::move(text), text_encoding::latin1, nullptr, {1, 1}};
 }
 
+// What Windows-1252 has at 0x80 to 0x9F, as CP1252.TXT of Unicode maps it; 0: undefined.
+constexpr std::uint16_t cp1252_signs[] = {
+    // clang-format off
+    0x20AC, 0,      0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021,
+    0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0,      0x017D, 0,
+    0,      0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
+    0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0,      0x017E, 0x0178,
+    // clang-format on
+};
+static_assert(std::size(cp1252_signs) == 0xA0 - 0x80);
+
+bool is_cp1252_sign(char character) noexcept {
+  return (static_cast<unsigned char>(character) & 0xE0) == 0x80;
+}
+
+decoded_text decode_cp1252(std::string_view content) {
+  decoded_text decoded = {{}, text_encoding::cp1252, nullptr, {1, 1}};
+  decoded.text.reserve(content.size());
+  for (const char character : content) {
+    std::uint32_t code = static_cast<unsigned char>(character);
+    if (is_cp1252_sign(character)) code = cp1252_signs[code - 0x80];
+    if (code == 0 && character != '\0') {
+      decoded.defect = "a byte that Windows-1252 does not define";
+      decoded.place = place_behind(decoded.text);
+      break;
+    }
+    append_character(decoded.text, code);
+  }
+  return decoded;
+}
+
 bool is_surrogate(std::uint32_t unit) noexcept {
   return (unit & 0xF800) == 0xD800;
 }
@@ -120,37 +152,54 @@ decoded_text decode_utf16(const utf16_units& units) {
   return decoded;
 }
 
+// How many NUL bytes stand in the even and in the odd places at the start of a text.
+struct nul_counts {
+  std::size_t even, odd;
+};
+constexpr std::size_t nul_sample = 4096;
+nul_counts count_nuls(std::string_view content) noexcept {
+  const std::string_view start = content.substr(0, nul_sample);
+  nul_counts counts = {};
+  for (std::size_t at = 0; at < start.size(); ++at) {
+    if (start[at] == '\0') ++(at % 2 == 0 ? counts.even : counts.odd);
+  }
+  return counts;
+}
+
 decoded_text decode_utf16(std::string_view content) {
-  const bool is_big_endian = content.starts_with(big_endian_mark);
-  if (is_big_endian || content.starts_with(little_endian_mark)) content.remove_prefix(2);
+  bool is_big_endian = content.starts_with(big_endian_mark);
+  if (is_big_endian || content.starts_with(little_endian_mark)) {
+    content.remove_prefix(2);
+  } else {
+    const auto [even, odd] = count_nuls(content);
+    is_big_endian = even > odd;
+  }
   return decode_utf16(utf16_units(content, is_big_endian));
 }
 
-// Where the NUL bytes of a text in UTF-16 stand, if it looks like one.
-enum class nul_places { elsewhere, even, odd };
-nul_places find_nuls(std::string_view content) noexcept {
-  constexpr std::size_t sample = 4096;
-  const std::string_view start = content.substr(0, sample);
-  std::size_t found[2] = {};
-  for (std::size_t at = 0; at < start.size(); ++at) {
-    if (start[at] == '\0') ++found[at % 2];
-  }
-  const std::size_t half = start.size() / 4;  // of the places of one kind
-  if (found[1] > half && found[0] <= half) return nul_places::odd;
-  if (found[0] > half && found[1] <= half) return nul_places::even;
-  return nul_places::elsewhere;
+// A list in another script has NUL bytes beside its digits, its delimiters and its texts of tables
+// only, and a stray one where a character's low byte is 0. A few NUL bytes alone say nothing,
+// unless they are half of a short text.
+bool is_utf16(std::string_view content) noexcept {
+  const auto [even, odd] = count_nuls(content);
+  const std::size_t most = std::max(even, odd);
+  const std::size_t least = std::min(even, odd);
+  const std::size_t size = std::min(content.size(), nul_sample);
+  const std::size_t half = size / 4;  // of the places of one kind
+  constexpr std::size_t few = 4;
+  return (most > half && least <= half) || (most >= few && most > size / 16 && least <= most / 4);
 }
 
 decoded_text decode_automatically(std::string&& content) {
   if (content.starts_with(utf_8_mark)) return decode_utf8(std::move(content));
-  if (content.starts_with(little_endian_mark) || content.starts_with(big_endian_mark)) {
+  if (content.starts_with(little_endian_mark) || content.starts_with(big_endian_mark) ||
+      is_utf16(content)) {
     return decode_utf16(content);
   }
-  const nul_places nuls = find_nuls(content);
-  if (nuls != nul_places::elsewhere) {
-    return decode_utf16(utf16_units(content, nuls == nul_places::even));
+  if (valid_length(content) != content.size()) {
+    return std::ranges::any_of(content, is_cp1252_sign) ? decode_cp1252(content)
+                                                        : decode_latin1(content);
   }
-  if (valid_length(content) != content.size()) return decode_latin1(content);
   return decode_utf8(std::move(content));
 }
 
@@ -164,6 +213,8 @@ decoded_text decode_text(std::string content, text_encoding encoding) {
       return decode_utf16(content);
     case text_encoding::latin1:
       return decode_latin1(content);
+    case text_encoding::cp1252:
+      return decode_cp1252(content);
     case text_encoding::automatic:
       break;
   }

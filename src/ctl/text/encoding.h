@@ -10,8 +10,10 @@ namespace ruvex {
 enum class text_encoding {
   automatic,  // see decode_text
   utf8,       // RFC 3629; a byte-order mark is passed over
-  utf16,      // RFC 2781: in the order of its byte-order mark, else little-endian
+  utf16,      // RFC 2781: in the order of its byte-order mark; without one, big-endian where more
+              // NUL bytes stand in even places than in odd ones, else little-endian
   latin1,     // ISO/IEC 8859-1: every byte is the character with its number
+  cp1252,  // Windows-1252: Latin-1 with typographic signs at 0x80 to 0x9F, five of them undefined
 };
 
 struct decoded_text {
@@ -21,9 +23,10 @@ struct decoded_text {
   text_place place;        // of the defect; the column counts bytes of the text in UTF-8
 };
 
-// Decodes `content`. Automatically a byte-order mark decides, else NUL bytes in most of the even or
-// most of the odd places, as UTF-16 has them; what is left is UTF-8 when it is valid, and Latin-1
-// when it is not.
+// Decodes `content`. Automatically a byte-order mark decides, else the NUL bytes that UTF-16 has
+// beside every character of ASCII: four at least, in one of eight of the even or of the odd places,
+// or in half of those of a short text. What is left is UTF-8 when it is valid; else Windows-1252
+// when it has a byte of 0x80 to 0x9F, which are control characters in Latin-1; else Latin-1.
 decoded_text decode_text(std::string content, text_encoding encoding);
 
 }  // namespace ruvex

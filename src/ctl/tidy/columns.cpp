@@ -1,17 +1,54 @@
 #include "columns.h"
 
 #include <algorithm>
+#include <string>
 
+#include "ruvex/mapping/columns.h"
 #include "text/texts.h"
 
 namespace ruvex {
+namespace {
 
-column_list::column_list() noexcept {
-  while (add({count_ + 1, {}})) {
+char in_lower_case(char character) noexcept {
+  return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a')
+                                              : character;
+}
+
+bool is_same_name(std::string_view a, std::string_view b) noexcept {
+  return std::ranges::equal(a, b, {}, in_lower_case, in_lower_case);
+}
+
+std::string all_headers(const std::vector<cell>& row) {
+  std::string list;
+  for (const cell& cell : row) {
+    const std::string text = header_text(cell.text);
+    if (text.empty()) continue;
+    append(list, list.empty() ? "" : ", "), append(list, quoted{text});
+  }
+  return list;
+}
+
+}  // namespace
+
+std::string header_text(std::string_view cell) {
+  std::string spread(cell);
+  std::ranges::replace_if(
+      spread, [](char character) { return character == '\r' || character == '\n'; }, ' ');
+  std::string text;
+  for (const char character : without_blanks(spread)) {
+    const bool is_blank = character == ' ' || character == '\t';
+    if (!is_blank) text += character;
+    if (is_blank && text.back() != ' ') text += ' ';
+  }
+  return text;
+}
+
+column_list::column_list() {
+  while (add(count_ + 1, {})) {
   }
 }
 
-bool column_list::parse(std::string_view list) noexcept {
+bool column_list::parse(std::string_view list) {
   const column_list earlier = *this;
   *this = {};
   choices_ = {};
@@ -28,9 +65,15 @@ bool column_list::parse(std::string_view list) noexcept {
   }
 }
 
-bool column_list::parse_entry(std::string_view entry) noexcept {
-  if (entry == "-") return add({0, {}});
-  if (entry.starts_with('=')) return add({0, entry.substr(1)});
+bool column_list::parse_entry(std::string_view entry) {
+  if (entry == "-") return add(0, {});
+  const std::size_t equals = entry.find('=');
+  if (equals == entry.npos) return parse_numbers(entry);
+  const std::string_view text = entry.substr(equals + 1);
+  return equals == 0 ? add(0, text) : add_header(entry.substr(0, equals), text);
+}
+
+bool column_list::parse_numbers(std::string_view entry) {
   const std::size_t hyphen = entry.find('-');
   unsigned long first = 0;
   if (!parse_number(entry.substr(0, hyphen), max_row_cells, first) || first == 0) return false;
@@ -40,21 +83,66 @@ bool column_list::parse_entry(std::string_view entry) noexcept {
     return false;
   }
   for (unsigned long column = first; column <= last; ++column) {
-    if (!add({column, {}})) return false;
+    if (!add(column, {})) return false;
   }
   return true;
 }
 
-bool column_list::add(const choice& added) noexcept {
-  if (count_ == choices_.size()) return false;
-  choices_[count_++] = added;
+bool column_list::add_header(std::string_view name, std::string_view header) {
+  const auto* const found = std::ranges::find_if(
+      mapping_columns, [&](const mapping_column& row) { return is_same_name(row.name, name); });
+  if (found == mapping_columns.end()) {
+    if (unknown_name_.empty()) unknown_name_ = name;
+    return true;
+  }
+  column_choice& choice = choices_[found->field];
+  choice.header = header_text(header);
+  if (choice.is_given || choice.header.empty()) return false;
+  choice.is_given = true;
   return true;
+}
+
+bool column_list::add(std::size_t column, std::string_view text) {
+  if (count_ == choices_.size() || choices_[count_].is_given) return false;
+  choices_[count_++] = {column, text, {}, true};
+  return true;
+}
+
+bool column_list::names(const cell& cell) const {
+  const std::string text = header_text(cell.text);
+  return !text.empty() &&
+         std::ranges::find(choices_, text, &column_choice::header) != choices_.end();
+}
+
+bool column_list::has_names() const noexcept {
+  return std::ranges::any_of(choices_,
+                             [](const column_choice& row) { return !row.header.empty(); });
+}
+
+void column_list::find_headers(const std::vector<cell>& row, refusals& refused) {
+  const text_place line = {row.front().place.line, 0};
+  for (column_choice& choice : choices_) {
+    if (choice.header.empty()) continue;
+    const auto is_headed = [&choice](const cell& cell) {
+      return header_text(cell.text) == choice.header;
+    };
+    const auto first = std::ranges::find_if(row, is_headed);
+    if (first == row.end()) {
+      refused.add(line, "no column has the header %s; there are %s",
+                  message(quoted{choice.header}).c_str(), all_headers(row).c_str());
+    } else if (std::any_of(first + 1, row.end(), is_headed)) {
+      refused.add(line, "more than one column has the header %s; choose one by its number",
+                  message(quoted{choice.header}).c_str());
+    } else {
+      choice.column = static_cast<std::size_t>(first - row.begin()) + 1;
+    }
+  }
 }
 
 field_sources column_list::select(const std::vector<cell>& row) const noexcept {
   field_sources sources;
   for (std::size_t field = 0; field < sources.size(); ++field) {
-    const auto& [column, text] = choices_[field];
+    const auto& [column, text, header, is_given] = choices_[field];
     sources[field] = {text, row.front().place};
     if (column == 0 || column > row.size()) continue;
     sources[field] = {row[column - 1].text, row[column - 1].place};
@@ -64,7 +152,7 @@ field_sources column_list::select(const std::vector<cell>& row) const noexcept {
 
 std::size_t column_list::largest_chosen() const noexcept {
   std::size_t largest = 0;
-  for (const choice& row : choices_) largest = std::max(largest, row.column);
+  for (const column_choice& row : choices_) largest = std::max(largest, row.column);
   return is_chosen_ ? largest : 0;
 }
 

@@ -3,9 +3,11 @@
 
 #include <array>
 #include <cstddef>
+#include <string>
 #include <string_view>
 #include <vector>
 
+#include "refusals.h"
 #include "ruvex/mapping/rules.h"
 #include "text/cells.h"
 
@@ -18,20 +20,48 @@ struct field_source {
 };
 using field_sources = std::array<field_source, max_mapping_fields>;
 
+// What a field is chosen to be made from.
+struct column_choice {
+  std::size_t column = 0;  // from 1; 0: the text
+  std::string_view text;   // empty: nothing
+  std::string header;      // of the column, which find_headers() finds; empty: none is named
+  bool is_given = false;   // an entry of the list says so
+};
+
+// The text of a header cell as people name it: without blanks at its ends, and with one blank for
+// each run of blanks and line ends within.
+std::string header_text(std::string_view cell);
+
 class column_list {
  public:
   // The first 17 columns as they stand.
-  column_list() noexcept;
+  column_list();
 
-  // Replaces the list by the entries of `list`, for the fields 0, 1, 2 and so on, separated by
-  // commas:
+  // Replaces the list by the entries of `list`, separated by commas. For the fields 0, 1, 2 and so
+  // on:
   //   N      the column with this number, from 1
   //   N-M    these columns
   //   -      nothing
   //   =TEXT  this text, the same for every row
-  // Fields without an entry get nothing. False, and the list is unchanged, when `list` is none or
-  // has entries for more than 17 fields. `list` outlives this object.
-  bool parse(std::string_view list) noexcept;
+  // And for a field by its own name (see mapping_columns; the case of letters does not count):
+  //   FIELD=HEADER  the column with this header_text() in the header row
+  // Fields without an entry get nothing. False, and the list is unchanged, when `list` is none, has
+  // entries for more than 17 fields, or two for one field. `list` outlives this object.
+  bool parse(std::string_view list);
+
+  // The first name in the list that no field has; empty when there is none.
+  std::string_view unknown_name() const noexcept { return unknown_name_; }
+
+  // Whether a cell of a row is the header of a column that has been chosen by header.
+  bool names(const cell& cell) const;
+  bool has_names() const noexcept;
+
+  // Finds the columns that have been chosen by header in the header row, which has one cell at
+  // least. Headers that are not there or there twice are added to `refused`.
+  void find_headers(const std::vector<cell>& row, refusals& refused);
+
+  // What a field is made from; `field` is below max_mapping_fields.
+  const column_choice& choice_of(std::size_t field) const noexcept { return choices_[field]; }
 
   // The sources of the fields of a row, which has one cell at least; views into the row and the
   // list. What gets nothing has an empty text. The place of what is no cell of the row is the
@@ -45,16 +75,14 @@ class column_list {
   std::size_t largest_chosen() const noexcept;
 
  private:
-  struct choice {
-    std::size_t column;     // from 1; 0: the text
-    std::string_view text;  // empty: nothing
-  };
+  bool parse_entry(std::string_view entry);
+  bool parse_numbers(std::string_view entry);
+  bool add_header(std::string_view name, std::string_view header);
+  bool add(std::size_t column, std::string_view text);
 
-  bool parse_entry(std::string_view entry) noexcept;
-  bool add(const choice& added) noexcept;
-
-  std::array<choice, max_mapping_fields> choices_ = {};
+  std::array<column_choice, max_mapping_fields> choices_ = {};
   std::size_t count_ = 0;
+  std::string_view unknown_name_;
   bool is_chosen_ = false;
 };
 

@@ -3,10 +3,14 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <set>
+#include <string>
 #include <utility>
 #include <vector>
 
 #include "command.h"
+#include "header.h"
+#include "numbers.h"
 #include "progress.h"
 #include "refusals.h"
 #include "report/place_message.h"
@@ -59,6 +63,46 @@ bool is_blank(std::string_view text) noexcept {
   return without_blanks(text).empty();
 }
 
+// What a spreadsheet program shows for a formula that it cannot work out, in any language.
+bool is_error_value(std::string_view text) noexcept {
+  text = without_blanks(text);
+  if (text.size() < 3 || text.front() != '#') return false;
+  return text.ends_with('!') || text.ends_with('?') || text == "#N/A";
+}
+
+bool is_blank_point(const field_sources& sources) noexcept {
+  return is_blank(sources[field_unit].text) && is_blank(sources[field_reference].text);
+}
+
+// Whether a row is certainly none of a header.
+bool is_point(const field_sources& sources) noexcept {
+  const std::string_view unit = sources[field_unit].text;
+  const std::string_view reference = sources[field_reference].text;
+  return (has_digit(unit) && has_digit(reference)) || is_error_value(unit) ||
+         is_error_value(reference);
+}
+
+// A row as a text by which it is known again: its cells, each behind its length. Blanks around a
+// cell and blank cells at the end do not count. One text takes less memory than a list, and a file
+// without points has nothing but such rows.
+std::string row_key(const std::vector<cell>& row) {
+  std::string key;
+  std::size_t end = 0;  // of the last cell that is not blank
+  for (const cell& cell : row) {
+    const std::string_view text = without_blanks(cell.text);
+    append(key, text.size()), append(key, ":"), append(key, text);
+    if (!text.empty()) end = key.size();
+  }
+  key.resize(end);
+  return key;
+}
+
+// Whether a cell may hold a comma, and another one a point: a look that is cheap, as the rows are
+// read a second time where it is so.
+bool may_hold_unclear_numbers(std::string_view text, char delimiter) noexcept {
+  return text.find(delimiter == ',' ? '"' : ',') != text.npos && text.find('.') != text.npos;
+}
+
 constexpr const char* defect_messages[] = {
     "",  // none
     "this quote is not closed",
@@ -74,71 +118,149 @@ class sheet_tidier {
         settings_(settings),
         shown_(path),
         refused_(path, &shown_),
+        form_(settings.replacement),
+        columns_(settings.columns),
         has_begun_(settings.skip.has_value()) {}
 
   // The mapping lines of `text`; nothing, after messages, when there are none or not all of its
   // points can be told in them.
   std::optional<std::string> tidy(std::string_view text);
 
+  // What the columns of `text` become; nothing, after messages, when that cannot be told.
+  std::optional<std::string> show_header(std::string_view text);
+
  private:
+  char delimiter_of(std::string_view text) const;
+  bool find_header(row_reader reader);
+  bool is_header(const std::vector<cell>& row, const field_sources& sources) const noexcept;
   void take(const std::vector<cell>& row);
+  std::size_t find_decimal_comma_line(row_reader reader) const;
+  void note_skipped(row_reader reader);
+  bool is_repeated_header(const std::vector<cell>& row, const field_sources& sources) const;
   bool refuse_defects(const std::vector<cell>& row) noexcept;
   bool refuse_surplus(const std::vector<cell>& row) noexcept;
-  void note_header(const std::vector<cell>& row) noexcept;
+  void note_header(const std::vector<cell>& row, const field_sources& sources);
   void tell_header() noexcept;
   void tell_left_out(std::size_t first, std::size_t last, const char* why) noexcept;
+  void tell_replaced() const noexcept;
 
   const char* path_;
   const sheet_settings& settings_;
   progress shown_;
   refusals refused_;
-  const strict_form form_;
+  strict_form form_;
+  column_list columns_;  // those of the settings, with their headers found
+  std::vector<cell> header_row_;
   std::string lines_;
   bool has_begun_;  // points may come
   std::size_t widest_ = 0;
+  std::set<std::string> headers_;  // those that could be taken for points
   std::size_t header_first_ = 0;
   std::size_t header_last_ = 0;
 };
 
 std::optional<std::string> sheet_tidier::tidy(std::string_view text) {
+  const std::string_view whole = text;
   const std::size_t skipped = skip_lines(text, settings_.skip.value_or(0));
-  const char delimiter = settings_.delimiter ? *settings_.delimiter : find_delimiter(text);
+  const char delimiter = delimiter_of(text);
+  if (columns_.has_names() && !find_header(row_reader(whole, delimiter))) return std::nullopt;
+  note_skipped(row_reader(whole.substr(0, whole.size() - text.size()), delimiter));
   row_reader reader(text, delimiter, skipped + 1);
+  if (may_hold_unclear_numbers(text, delimiter)) {
+    form_.expect_decimal_commas(find_decimal_comma_line(reader));
+  }
   std::vector<cell> row;
   for (std::int64_t number = 1; reader.next(row); ++number) {
     take(row);
     shown_.at(number);
   }
   shown_.hide();
-  if (!has_begun_) tell_header();
-  if (const std::size_t column = settings_.columns.largest_chosen(); column > widest_) {
+  tell_header();
+  if (const std::size_t column = columns_.largest_chosen(); column > widest_) {
     complain("%s: no row has a column %zu", path_, column);
     return std::nullopt;
   }
   if (refused_.count() != 0) return std::nullopt;
+  tell_replaced();
   if (!lines_.empty()) return std::move(lines_);
   complain("%s: no row has a unit and a reference with digits; see --delimiter and --columns",
            path_);
   return std::nullopt;
 }
 
+std::optional<std::string> sheet_tidier::show_header(std::string_view text) {
+  const std::string_view whole = text;
+  skip_lines(text, settings_.skip.value_or(0));
+  if (!find_header(row_reader(whole, delimiter_of(text)))) return std::nullopt;
+  return describe_header(header_row_, columns_);
+}
+
+char sheet_tidier::delimiter_of(std::string_view text) const {
+  return settings_.delimiter ? *settings_.delimiter : find_delimiter(text);
+}
+
+// Finds the columns that have been chosen by header. They may stand in lines that are skipped.
+bool sheet_tidier::find_header(row_reader reader) {
+  header_row_ = find_header_row(reader, columns_);
+  if (header_row_.empty()) {
+    complain("%s: no row is a header", path_);
+    return false;
+  }
+  columns_.find_headers(header_row_, refused_);
+  return refused_.count() == 0;
+}
+
+bool sheet_tidier::is_header(const std::vector<cell>& row,
+                             const field_sources& sources) const noexcept {
+  const std::size_t line = row.front().place.line;
+  if (!header_row_.empty() && line <= header_row_.front().place.line) return true;
+  return !has_begun_ && !is_point(sources);
+}
+
 void sheet_tidier::take(const std::vector<cell>& row) {
   widest_ = std::max(widest_, row.size());
   if (refuse_defects(row)) return;
-  const field_sources sources = settings_.columns.select(row);
-  const std::string_view unit = sources[field_unit].text;
-  const std::string_view reference = sources[field_reference].text;
-  if (!has_begun_) {
-    if (!has_digit(unit) || !has_digit(reference)) return note_header(row);
-    tell_header();
-    has_begun_ = true;
-  }
+  const field_sources sources = columns_.select(row);
+  if (is_header(row, sources)) return note_header(row, sources);
+  tell_header();
+  has_begun_ = true;
   const text_place place = row.front().place;
-  if (!is_blank(unit) || !is_blank(reference)) {
+  if (is_repeated_header(row, sources)) {
+    tell_left_out(place.line, place.line, "repeated header");
+  } else if (!is_blank_point(sources)) {
     if (!refuse_surplus(row)) form_.append_line(sources, place, refused_, lines_);
   } else if (!is_blank_row(row)) {
     tell_left_out(place.line, place.line, "no unit and no reference");
   }
+}
+
+// The line of the first number with a decimal comma; 0 when no point has one.
+std::size_t sheet_tidier::find_decimal_comma_line(row_reader reader) const {
+  std::vector<cell> row;
+  for (bool has_begun = has_begun_; reader.next(row);) {
+    const field_sources sources = columns_.select(row);
+    has_begun = has_begun || is_point(sources);
+    if (!has_begun || is_blank_point(sources)) continue;
+    for (const mapping_column& column : mapping_columns) {
+      const auto& [text, place] = sources[column.field];
+      if (!may_have_fraction(column)) continue;
+      if (find_decimal_comma(without_blanks(text)) != text.npos) return place.line;
+    }
+  }
+  return 0;
+}
+
+void sheet_tidier::note_skipped(row_reader reader) {
+  std::vector<cell> row;
+  while (reader.next(row)) {
+    const field_sources sources = columns_.select(row);
+    if (!is_point(sources) && !is_blank_point(sources)) headers_.insert(row_key(row));
+  }
+}
+
+bool sheet_tidier::is_repeated_header(const std::vector<cell>& row,
+                                      const field_sources& sources) const {
+  return !headers_.empty() && !is_point(sources) && headers_.contains(row_key(row));
 }
 
 bool sheet_tidier::refuse_defects(const std::vector<cell>& row) noexcept {
@@ -152,7 +274,7 @@ bool sheet_tidier::refuse_defects(const std::vector<cell>& row) noexcept {
 
 // Columns that nobody has chosen must not go unnoticed.
 bool sheet_tidier::refuse_surplus(const std::vector<cell>& row) noexcept {
-  if (settings_.columns.is_chosen()) return false;
+  if (columns_.is_chosen()) return false;
   std::size_t used = row.size();
   while (used > max_mapping_fields && is_blank(row[used - 1].text)) --used;
   if (used <= max_mapping_fields) return false;
@@ -161,8 +283,9 @@ bool sheet_tidier::refuse_surplus(const std::vector<cell>& row) noexcept {
   return true;
 }
 
-void sheet_tidier::note_header(const std::vector<cell>& row) noexcept {
+void sheet_tidier::note_header(const std::vector<cell>& row, const field_sources& sources) {
   if (is_blank_row(row)) return;
+  if (!is_blank_point(sources)) headers_.insert(row_key(row));
   header_last_ = row.front().place.line;
   if (header_first_ == 0) header_first_ = header_last_;
 }
@@ -170,6 +293,7 @@ void sheet_tidier::note_header(const std::vector<cell>& row) noexcept {
 void sheet_tidier::tell_header() noexcept {
   if (header_first_ == 0) return;
   tell_left_out(header_first_, header_last_, "header");
+  header_first_ = 0;
 }
 
 void sheet_tidier::tell_left_out(std::size_t first, std::size_t last, const char* why) noexcept {
@@ -177,11 +301,25 @@ void sheet_tidier::tell_left_out(std::size_t first, std::size_t last, const char
   print_message({path_, first, last, 0, "left out", why});
 }
 
+void sheet_tidier::tell_replaced() const noexcept {
+  const auto& [count, place, field, what] = form_.replaced();
+  if (count == 0) return;
+  const std::string text = message(what, " in field ", static_cast<std::size_t>(field), " (",
+                                   mapping_columns[field].name, "); ", count,
+                                   count == 1 ? " place" : " places", " in all");
+  print_message({path_, place.line, place.line, place.column, "replaced", text});
+}
+
 }  // namespace
 
 std::optional<std::string> tidy_sheet(const char* path, std::string_view text,
                                       const sheet_settings& settings) {
   return sheet_tidier(path, settings).tidy(text);
+}
+
+std::optional<std::string> show_header(const char* path, std::string_view text,
+                                       const sheet_settings& settings) {
+  return sheet_tidier(path, settings).show_header(text);
 }
 
 }  // namespace ruvex

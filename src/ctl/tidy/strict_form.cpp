@@ -3,49 +3,28 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "numbers.h"
 #include "ruvex/mapping/rules.h"
-#include "text/characters.h"
 #include "text/texts.h"
+#include "unwritable.h"
 
 namespace ruvex {
 namespace {
 
-// The place of the comma of a number such as "-0,5"; npos where there is none. "1,500" is not taken
-// for such a number, as it can be meant as one and a half or as fifteen hundred.
-std::size_t find_decimal_comma(std::string_view text) noexcept {
-  const std::size_t comma = text.find(',');
-  if (comma == std::string_view::npos) return comma;
-  std::string_view whole = text.substr(0, comma);
-  const std::string_view fraction = text.substr(comma + 1);
-  if (whole.starts_with('-') || whole.starts_with('+')) whole.remove_prefix(1);
-  if (!is_digits(whole) || !is_digits(fraction)) return std::string_view::npos;
-  const bool may_be_thousands = fraction.size() == 3 && whole.size() <= 3 && whole.front() != '0';
-  return may_be_thousands ? std::string_view::npos : comma;
-}
-
-// What a text holds that a mapping file cannot; null when it is nothing. The control characters
-// U+0080 to U+009F are among it: as such a typographic sign of another code page comes out when it
-// is taken for Latin-1.
-const char* find_unwritable(std::string_view text) noexcept {
-  while (!text.empty()) {
-    switch (text.front()) {
-      case ',':
-        return "a comma";
-      case '"':
-        return "a double quote";
-      case '\r':
-      case '\n':
-        return "a line end";
-      case '\0':
-        return "a NUL byte";
-      default:
-        break;
-    }
-    const character_form form = form_at(text);
-    if (!form.is_printable) return "a control character";
-    text.remove_prefix(form.length);
+// Whether a field is a text for people or a text of a table. A replacement in any other field, a
+// number, a unit or a reference, could make another number of it.
+bool is_text(mapping_field field) noexcept {
+  switch (field) {
+    case field_label:
+    case field_name:
+    case field_data_type:
+    case field_bac_type:
+    case field_bac_units:
+    case field_description:
+      return true;
+    default:
+      return false;
   }
-  return nullptr;
 }
 
 std::string strict_text(const mapping_column& column, std::string_view source) {
@@ -57,7 +36,7 @@ std::string strict_text(const mapping_column& column, std::string_view source) {
     std::replace_if(text.begin(), text.end(), is_dropped, ' ');
     return std::string(without_blanks(text));
   }
-  if (column.field == field_cov_inc || column.rule == column_rule::scale_end) {
+  if (may_have_fraction(column)) {
     const std::size_t comma = find_decimal_comma(text);
     if (comma != std::string::npos) text[comma] = '.';
   }
@@ -89,23 +68,57 @@ void strict_form::fill_blanks(field_texts& texts) const {
   }
 }
 
+void strict_form::replace(const mapping_column& column, const text_place& place,
+                          std::string& text) {
+  if (!replacement_ || !is_text(column.field)) return;
+  const char* const first = find_unwritable(text);
+  if (first == nullptr) return;
+  const std::size_t count = replace_unwritable(text, *replacement_);
+  if (replaced_.count == 0 && count != 0) replaced_ = {0, place, column.field, first};
+  replaced_.count += count;
+}
+
+void strict_form::refuse(const mapping_column& column, const text_place& place,
+                         std::string_view text, refusals& refused) const {
+  const std::size_t field = column.field;
+  const char* const unwritable = find_unwritable(text);
+  if (text.empty()) {
+    refused.add(place, "field %zu (%s) is blank", field, column.name.data());
+  } else if (unwritable != nullptr) {
+    refused.add(place, "field %zu (%s) holds %s, which a mapping file cannot hold%s", field,
+                column.name.data(), unwritable,
+                is_text(column.field) && !replacement_ ? "; see --replace" : "");
+  } else if (decimal_comma_line_ != 0) {
+    refuse_unclear(column, place, text, refused);
+  }
+}
+
+// A point beside decimal commas nearly always separates thousands, and the controller would take it
+// for a decimal one.
+void strict_form::refuse_unclear(const mapping_column& column, const text_place& place,
+                                 std::string_view text, refusals& refused) const {
+  const bool is_number = may_have_fraction(column) || column.field == field_reference ||
+                         column.field == field_instance;
+  if (!is_number) return;
+  const std::optional<unclear_number> number = find_unclear_number(text);
+  if (!number) return;
+  refused.add(place, "field %zu (%s) may be %s or %s, as line %zu has a decimal comma",
+              static_cast<std::size_t>(column.field), column.name.data(),
+              number->with_thousands.c_str(), number->with_fraction.c_str(), decimal_comma_line_);
+}
+
 void strict_form::append_line(const field_sources& sources, const text_place& row,
-                              refusals& refused, std::string& lines) const {
+                              refusals& refused, std::string& lines) {
   const std::size_t refused_before = refused.count();
   field_texts texts;
   for (const mapping_column& column : mapping_columns) {
-    texts[column.field] = strict_text(column, sources[column.field].text);
+    const field_source& source = sources[column.field];
+    texts[column.field] = strict_text(column, source.text);
+    replace(column, source.place, texts[column.field]);
   }
   fill_blanks(texts);
   for (const mapping_column& column : mapping_columns) {
-    const std::size_t field = column.field;
-    const char* const unwritable = find_unwritable(texts[field]);
-    if (texts[field].empty()) {
-      refused.add(sources[field].place, "field %zu (%s) is blank", field, column.name.data());
-    } else if (unwritable != nullptr) {
-      refused.add(sources[field].place, "field %zu (%s) holds %s, which a mapping file cannot hold",
-                  field, column.name.data(), unwritable);
-    }
+    refuse(column, sources[column.field].place, texts[column.field], refused);
   }
   const std::string line = joined(texts);
   if (line.size() > max_mapping_line) {

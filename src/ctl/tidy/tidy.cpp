@@ -7,9 +7,11 @@
 #include "input.h"
 #include "output.h"
 #include "refusals.h"
+#include "ruvex/mapping/columns.h"
 #include "sheet.h"
 #include "text/encoding.h"
 #include "text/texts.h"
+#include "unwritable.h"
 
 namespace ruvex {
 namespace {
@@ -17,6 +19,7 @@ namespace {
 struct tidy_settings {
   text_encoding encoding = text_encoding::automatic;
   sheet_settings sheet;
+  bool shows_header = false;
 };
 
 constexpr choice<std::optional<char>> delimiters[] = {
@@ -24,10 +27,9 @@ constexpr choice<std::optional<char>> delimiters[] = {
 };
 
 constexpr choice<text_encoding> encodings[] = {
-    {"auto", text_encoding::automatic},
-    {"utf-8", text_encoding::utf8},
-    {"utf-16", text_encoding::utf16},
-    {"latin1", text_encoding::latin1},
+    {"auto", text_encoding::automatic}, {"utf-8", text_encoding::utf8},
+    {"utf-16", text_encoding::utf16},   {"latin1", text_encoding::latin1},
+    {"cp1252", text_encoding::cp1252},
 };
 
 bool take_delimiter(tidy_settings& settings, std::string_view text) {
@@ -55,20 +57,41 @@ constexpr option_row<tidy_settings> option_rows[] = {
      [](tidy_settings& settings, std::string_view text) {
        return settings.sheet.columns.parse(text);
      }},
+    {"header", false,
+     [](tidy_settings& settings, std::string_view) { return settings.shows_header = true; }},
+    {"replace", true,
+     [](tidy_settings& settings, std::string_view text) {
+       if (text.empty() || find_unwritable(text) != nullptr) return false;
+       settings.sheet.replacement = text;
+       return true;
+     }},
 };
+
+// Every byte is a character of these, so what they were taken for is but likely.
+void tell_assumed(const char* path, text_encoding encoding) noexcept {
+  if (encoding == text_encoding::latin1) complain("%s: taken as Latin-1", path);
+  if (encoding == text_encoding::cp1252) complain("%s: taken as Windows-1252", path);
+}
 
 std::optional<std::string> read_text(const char* path, text_encoding encoding) {
   std::optional<std::string> content = read_content(path);
   if (!content) return std::nullopt;
   decoded_text decoded = decode_text(std::move(*content), encoding);
+  if (encoding == text_encoding::automatic) tell_assumed(path, decoded.encoding);
   if (decoded.defect != nullptr) {
     refusals(path).add(decoded.place, "%s; see --encoding", decoded.defect);
     return std::nullopt;
   }
-  if (encoding == text_encoding::automatic && decoded.encoding == text_encoding::latin1) {
-    complain("%s: taken as Latin-1", path);
-  }
   return std::move(decoded.text);
+}
+
+int complain_of_field(std::string_view name) {
+  std::string names;
+  for (const mapping_column& column : mapping_columns) {
+    append(names, names.empty() ? "" : ", "), append(names, column.name);
+  }
+  return complain_of_use(tidy_command,
+                         message("no field has the name '", name, "'; there are ", names));
 }
 
 int run_tidy(int argc, char** argv) {
@@ -76,10 +99,13 @@ int run_tidy(int argc, char** argv) {
   const std::optional<int> status = read_options(tidy_command, argc, argv, option_rows, settings);
   if (status) return *status;
   if (operands(argc, argv).size() != 1) return complain_of_use(tidy_command, "one file is needed");
+  const std::string_view unknown = settings.sheet.columns.unknown_name();
+  if (!unknown.empty()) return complain_of_field(unknown);
   const char* const path = operands(argc, argv).front();
   const std::optional<std::string> text = read_text(path, settings.encoding);
   if (!text) return ctl_trouble;
-  const std::optional<std::string> lines = tidy_sheet(path, *text, settings.sheet);
+  const auto work = settings.shows_header ? show_header : tidy_sheet;
+  const std::optional<std::string> lines = work(path, *text, settings.sheet);
   if (!lines) return ctl_trouble;
   output out;
   out.put(*lines);
@@ -101,23 +127,32 @@ output. What is left out is told on standard error.
   --delimiter=C     what separates the cells of FILE: one character, or tab,
                     comma, semicolon, pipe; auto (the default) takes the one
                     of these four that gives the most cells
-  --encoding=NAME   utf-8, utf-16, latin1; auto (the default) tells them apart
+  --encoding=NAME   utf-8, utf-16, latin1, cp1252; auto (the default) tells
+                    them apart
   --skip=N          leave out the first N lines; by default the lines before
                     the first with a digit in both its unit and its reference
+                    (or with #REF!, or the like, in one of them)
   --columns=LIST    the columns that become the fields 0 to 16, by default the
                     first 17; entries are separated by commas:
                       N      column N, from 1
                       N-M    columns N to M
                       -      nothing, and so are entries that are missing
                       =TEXT  TEXT in every line
+                    and FIELD=HEADER anywhere among them: for the field with
+                    this name the column with this header
+  --header          print the header of FILE and what its columns become
+  --replace=TEXT    put TEXT for each comma, quote, line end and control
+                    character in a text, and say how often; numbers, units
+                    and references that hold one are refused all the same
       --help        print this help
       --version     print the version
 
-Later rows without a unit and a reference are left out. A blank cell gets the
-text that keeps the default. A decimal comma in a COV increment or a scale
-becomes a point; 1,500 is refused, as it may be 1.5 or 1500. In the label,
-which is not used, commas, quotes and line ends become blanks. A FILE that is
-"-" is standard input. The exit status is 0, or 2 in case of trouble.
+Later rows without a unit and a reference are left out, and so are repeated
+headers. A blank cell gets the text that keeps the default. A decimal comma in
+a COV increment or a scale becomes a point; 1,500 is refused, as it may be 1.5
+or 1500, and so is 1.500 in a FILE with decimal commas. In the label, which is
+not used, commas, quotes and line ends become blanks. A FILE that is "-" is
+standard input. The exit status is 0, or 2 in case of trouble.
 
 The fields are: 0 label, 1 COV increment, 2 name, 3 unit, 4 reference,
 5 data type, 6 object type, 7 instance, 8 units, 9 description, 10 bit number,
@@ -128,6 +163,7 @@ Examples:
   ruvexctl tidy export.csv > plant.csv && ruvexctl check plant.csv &&
       ruvex plant.csv plant.xml
   ruvexctl tidy --columns=1,=0,3,5-12 export.csv > plant.csv
+  ruvexctl tidy --columns=Unit=Slave,Reference=Register --header export.csv
 )",
     run_tidy};
 
