@@ -90,6 +90,20 @@ bool is_cp1252_sign(char character) noexcept {
   return (static_cast<unsigned char>(character) & 0xE0) == 0x80;
 }
 
+// Whether a text that is no UTF-8 is likely to be Windows-1252. Where one character is one of
+// UTF-8, the others are damaged ones: as Windows-1252 all of them would become letters that nobody
+// wrote.
+bool is_cp1252(std::string_view content) noexcept {
+  bool has_sign = false;
+  for (std::size_t at = 0; at < content.size();) {
+    const std::size_t length = utf_8_length(content.substr(at));
+    if (length > 1) return false;
+    has_sign = has_sign || (length == 0 && is_cp1252_sign(content[at]));
+    ++at;
+  }
+  return has_sign;
+}
+
 decoded_text decode_cp1252(std::string_view content) {
   decoded_text decoded = {{}, text_encoding::cp1252, nullptr, {1, 1}};
   decoded.text.reserve(content.size());
@@ -197,8 +211,7 @@ decoded_text decode_automatically(std::string&& content) {
     return decode_utf16(content);
   }
   if (valid_length(content) != content.size()) {
-    return std::ranges::any_of(content, is_cp1252_sign) ? decode_cp1252(content)
-                                                        : decode_latin1(content);
+    return is_cp1252(content) ? decode_cp1252(content) : decode_latin1(content);
   }
   return decode_utf8(std::move(content));
 }

@@ -26,7 +26,8 @@ struct decoded_text {
 // Decodes `content`. Automatically a byte-order mark decides, else the NUL bytes that UTF-16 has
 // beside every character of ASCII: four at least, in one of eight of the even or of the odd places,
 // or in half of those of a short text. What is left is UTF-8 when it is valid; else Windows-1252
-// when it has a byte of 0x80 to 0x9F, which are control characters in Latin-1; else Latin-1.
+// when it has a byte of 0x80 to 0x9F, which are control characters in Latin-1, and nothing that is
+// UTF-8 beyond ASCII; else Latin-1.
 decoded_text decode_text(std::string content, text_encoding encoding);
 
 }  // namespace ruvex
