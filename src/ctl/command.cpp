@@ -1,5 +1,6 @@
 #include "command.h"
 
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -59,6 +60,8 @@ int print_version() noexcept {
 
 int end_with(int status, int write_error) noexcept {
   if (write_error == 0) return status;
+  // Who reads no further, as head does, has all that it wants.
+  if (write_error == EPIPE) return ctl_trouble;
   complain("standard output: %s", std::strerror(write_error));
   return ctl_trouble;
 }
@@ -93,7 +96,7 @@ int complain_of_option(const command& command, int argc, char** argv,
   opterr = 1;
   int found = 0;
   while (found != '?' && found != -1) {
-    found = ::getopt_long(argc, shown.data(), "", options.data(), nullptr);
+    found = ::getopt_long(argc, shown.data(), short_options, options.data(), nullptr);
   }
   return offer_help(command);
 }

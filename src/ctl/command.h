@@ -79,9 +79,10 @@ struct option_row {
 };
 
 // Reads the options of a subcommand into `settings`, in the manner of GNU programs: options and
-// operands in any order, unambiguous abbreviations, "--" before operands only. --help and --version
-// are answered. Nothing, and the operands are argv[optind] and those behind it, when the subcommand
-// is to run; otherwise the status to end with, after a complaint where something is wrong.
+// operands in any order, unambiguous abbreviations, "--" before operands only. --help, -h and
+// --version are answered. Nothing, and the operands are argv[optind] and those behind it, when the
+// subcommand is to run; otherwise the status to end with, after a complaint where something is
+// wrong.
 template <class Settings, std::size_t Rows>
 std::optional<int> read_options(const command& command, int argc, char** argv,
                                 const option_row<Settings> (&rows)[Rows], Settings& settings);
@@ -98,7 +99,8 @@ struct option_text {
   bool has_argument;
 };
 
-inline constexpr int help = 1000;
+inline constexpr char short_options[] = "h";
+inline constexpr int help = 'h';
 inline constexpr int version = 1001;
 
 // The table that getopt_long takes, with --help and --version behind the given options.
@@ -122,7 +124,8 @@ std::optional<int> read_options(const command& command, int argc, char** argv,
   optind = 0;  // a fresh start
   opterr = 0;
   while (true) {
-    const int found = ::getopt_long(argc, argv, "", options.data(), nullptr);
+    const int found =
+        ::getopt_long(argc, argv, option_reading::short_options, options.data(), nullptr);
     if (found == -1) return std::nullopt;
     if (found == option_reading::help) return print_help(command);
     if (found == option_reading::version) return print_version();

@@ -1,11 +1,14 @@
 // ruvexctl SUBCOMMAND ...: shows and checks what a mapping file will become.
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
+#include <initializer_list>
+#include <iterator>
 #include <new>
 #include <string>
+#include <string_view>
 
 #include "command.h"
 #include "text/texts.h"
@@ -26,7 +29,8 @@ const command main_command = {"", "SUBCOMMAND [OPTION]... [FILE]...",
   diff    compare the points of two files
   tidy    turn a spreadsheet export into a mapping file
 
-      --help     print this help, or that of a subcommand
+  -h, --help     print this help, or that of a subcommand ("ruvexctl check -h",
+                 "ruvexctl help check")
       --version  print the version
 
 A FILE that is "-" is standard input. The exit status is 0 when nothing was
@@ -35,18 +39,39 @@ The manual is ruvexctl(1).
 )",
                               run_main};
 
+bool is_one_of(std::string_view name, std::initializer_list<std::string_view> names) {
+  return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+// Null when there is no subcommand of this name.
+const command* find_command(std::string_view name) {
+  const auto* const found =
+      std::ranges::find_if(commands, [&](const command* row) { return row->name == name; });
+  return found == std::end(commands) ? nullptr : *found;
+}
+
+int complain_of_name(const char* name) {
+  return complain_of_use(main_command, message("'", name, "' is not a subcommand"));
+}
+
+// Of ruvexctl itself, where no name is given.
+int help_with(const char* name) {
+  if (name == nullptr) return print_help(main_command);
+  const command* const found = find_command(name);
+  return found == nullptr ? complain_of_name(name) : print_help(*found);
+}
+
 int run_main(int argc, char** argv) {
   if (argc < 2) return complain_of_use(main_command, "a subcommand is needed");
   const char* const name = argv[1];
-  if (std::strcmp(name, "--help") == 0) return print_help(main_command);
-  if (std::strcmp(name, "--version") == 0) return print_version();
-  for (const command* row : commands) {
-    if (std::strcmp(row->name, name) != 0) continue;
-    std::string program = program_of(*row);
-    argv[1] = program.data();  // getopt_long puts it before its messages
-    return row->run(argc - 1, argv + 1);
-  }
-  return complain_of_use(main_command, message("'", name, "' is not a subcommand"));
+  if (is_one_of(name, {"--help", "-h"})) return print_help(main_command);
+  if (is_one_of(name, {"help"})) return help_with(argc > 2 ? argv[2] : nullptr);
+  if (is_one_of(name, {"--version"})) return print_version();
+  const command* const found = find_command(name);
+  if (found == nullptr) return complain_of_name(name);
+  std::string program = program_of(*found);
+  argv[1] = program.data();  // getopt_long puts it before its messages
+  return found->run(argc - 1, argv + 1);
 }
 
 // complain() would need memory.
