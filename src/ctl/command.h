@@ -15,7 +15,7 @@ namespace ruvex {
 // The exit statuses of ruvexctl.
 enum ctl_status : int {
   ctl_clean = 0,
-  ctl_findings = 1,  // check: something was found; diff: the files differ
+  ctl_findings = 1,  // check: an error was found; diff: the files differ
   ctl_trouble = 2,   // the work could not be done; a message has been printed
 };
 

@@ -33,8 +33,8 @@ const command main_command = {"", "SUBCOMMAND [OPTION]... [FILE]...",
                  "ruvexctl help check")
       --version  print the version
 
-A FILE that is "-" is standard input. The exit status is 0 when nothing was
-found, 1 when something was found or differs, 2 in case of trouble.
+A FILE that is "-" is standard input. The exit status is 0 when no error was
+found, 1 when one was found or points differ, 2 in case of trouble.
 The manual is ruvexctl(1).
 )",
                               run_main};

@@ -235,7 +235,9 @@ TEST_F(CheckTest, OptionsChooseWhatIsPrinted) {
       {{ignored + ",unknown-units,repeated-instance"},
        0,
        "1 file, 2 points: 0 errors, 0 warnings\n"},
-      {{"--ignore=unknown-units,repeated-instance", "--quiet"}, 1, ""},
+      {{"--ignore=unknown-units,repeated-instance", "--quiet"}, 0, ""},
+      {{"--ignore=unknown-units,repeated-instance", "--quiet", "--werror"}, 1, ""},
+      {{"--severity=error"}, 1, units + instance + "1 file, 2 points: 2 errors, 0 warnings\n"},
       {{"--quiet"}, 1, ""},
       {{"--quiet", ignored + ",unknown-units,repeated-instance"}, 0, ""},
   };
@@ -245,7 +247,7 @@ TEST_F(CheckTest, OptionsChooseWhatIsPrinted) {
     arguments.push_back(a);
     EXPECT_EQ(run(arguments), (outcome{row.status, "", row.messages})) << row.messages;
   }
-  const outcome strict = run({"check", "--werror", a});
+  const outcome strict = run({"check", "--werror", "--severity=error", a});
   EXPECT_TRUE(holds(strict.err, a + ":1:81: error: field 10 (bit number): ")) << strict.err;
   EXPECT_TRUE(strict.err.ends_with("5 errors, 0 warnings\n")) << strict.err;
 }

@@ -23,6 +23,8 @@ constexpr choice<finding_format> finding_formats[] = {
     {"json", finding_format::json},
 };
 
+constexpr choice<bool> hidings_of_warnings[] = {{"warning", false}, {"error", true}};
+
 bool ignore_rules(finding_settings& settings, std::string_view names) {
   while (!names.empty()) {
     const std::size_t length = std::min(names.find(','), names.size());
@@ -42,6 +44,10 @@ constexpr option_row<finding_settings> check_options[] = {
     {"werror", false,
      [](finding_settings& settings, std::string_view) {
        return settings.warnings_are_errors = true;
+     }},
+    {"severity", true,
+     [](finding_settings& settings, std::string_view argument) {
+       return choose(hidings_of_warnings, argument, settings.is_hiding_warnings);
      }},
     {"ignore", true, ignore_rules},
     {"max-errors", true,
@@ -100,7 +106,7 @@ int run_check(int argc, char** argv) {
   const int write_error = report.finish();
   if (!settings.is_quiet && files != 0) print_summary(report, files, points);
   if (!all_read) return end_with(ctl_trouble, write_error);
-  return end_with(report.errors() + report.warnings() == 0 ? ctl_clean : ctl_findings, write_error);
+  return end_with(report.errors() == 0 ? ctl_clean : ctl_findings, write_error);
 }
 
 }  // namespace
@@ -114,6 +120,8 @@ would have otherwise than it is meant. ruvex itself is silent about most of it.
                           [rule] on standard error (text, the default), or as
                           one JSON object a line on standard output
       --werror            report warnings as errors
+      --severity=error    leave out warnings (--severity=warning, the default,
+                          does not)
       --ignore=RULE,...   leave out what these rules find
       --max-errors=N      stop after N errors (0, the default: never)
       --quiet             print no findings and no summary; the exit status tells
@@ -124,7 +132,7 @@ A FILE that is "-" is standard input. Lines and columns count from 1, columns
 in bytes. Behind an empty or divided cell the fields of a line are other cells'
 texts and are not looked at: mend it and check again. A summary comes last.
 
-Exit status: 0 nothing found, 1 something found, 2 a file cannot be read.
+Exit status: 0 no errors, 1 errors, 2 a file cannot be read.
 
 Rules (see ruvexctl-check(1)):
 )",

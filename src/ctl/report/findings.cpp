@@ -35,9 +35,8 @@ finding_report::finding_report(const finding_settings& settings) noexcept
       out_(settings.format == finding_format::text ? STDERR_FILENO : STDOUT_FILENO) {}
 
 void finding_report::add(std::string_view file, const finding& finding) {
-  const rule_row& row = row_of(finding.id);
-  if (settings_.is_ignored[static_cast<std::size_t>(finding.id)] || is_full()) return;
-  const severity level = settings_.warnings_are_errors ? severity::error : row.level;
+  if (!counts(finding.id) || is_full()) return;
+  const severity level = level_of(finding.id);
   ++(level == severity::error ? errors_ : warnings_);
   if (settings_.is_quiet) return;
   printed_.clear();
@@ -52,12 +51,21 @@ void finding_report::add(std::string_view file, const finding& finding) {
 
 bool finding_report::is_full() const noexcept {
   return (settings_.max_errors != 0 && errors_ >= settings_.max_errors) ||
-         (settings_.is_quiet && errors_ + warnings_ != 0);
+         (settings_.is_quiet && errors_ != 0);
 }
 
 int finding_report::finish() noexcept {
   const int error = out_.finish();
   return settings_.format == finding_format::text ? 0 : error;
+}
+
+severity finding_report::level_of(rule id) const noexcept {
+  return settings_.warnings_are_errors ? severity::error : row_of(id).level;
+}
+
+bool finding_report::counts(rule id) const noexcept {
+  const bool is_hidden = settings_.is_hiding_warnings && level_of(id) == severity::warning;
+  return !is_hidden && !settings_.is_ignored[static_cast<std::size_t>(id)];
 }
 
 void finding_report::append_text(std::string_view file, const finding& finding, severity level) {

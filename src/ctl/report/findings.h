@@ -17,6 +17,7 @@ enum class finding_format { text, json };
 struct finding_settings {
   finding_format format = finding_format::text;
   bool warnings_are_errors = false;
+  bool is_hiding_warnings = false;
   bool is_quiet = false;         // nothing is printed
   unsigned long max_errors = 0;  // the run ends after so many; 0: never
   std::array<bool, rule_count> is_ignored = {};
@@ -26,13 +27,11 @@ struct finding_settings {
 class finding_report {
  public:
   explicit finding_report(const finding_settings& settings) noexcept;
-  // Counts and prints a finding in `file`, unless its rule is ignored.
+  // Counts and prints a finding in `file`, unless its rule is ignored or its severity hidden.
   void add(std::string_view file, const finding& finding);
 
   // Whether a finding of this rule would be printed.
-  bool prints(rule id) const noexcept {
-    return !settings_.is_quiet && !settings_.is_ignored[static_cast<std::size_t>(id)];
-  }
+  bool prints(rule id) const noexcept { return !settings_.is_quiet && counts(id); }
 
   // Whether so much has been found that the run is to end.
   bool is_full() const noexcept;
@@ -48,6 +47,8 @@ class finding_report {
   std::uint64_t warnings() const noexcept { return warnings_; }
 
  private:
+  severity level_of(rule id) const noexcept;
+  bool counts(rule id) const noexcept;
   void append_text(std::string_view file, const finding& finding, severity level);
   void append_json_object(std::string_view file, const finding& finding, severity level);
 
