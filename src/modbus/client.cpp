@@ -6,6 +6,8 @@
 #include <limits>
 
 #include "answer.h"
+#include "conversion.h"
+#include "rtu.h"
 #include "ruvex/modbus/frame.h"
 #include "ruvex/modbus/master.h"
 #include "wait.h"
@@ -13,7 +15,6 @@
 namespace ruvex {
 namespace {
 
-constexpr std::uint8_t failure_bit = 0x80;
 constexpr std::uint8_t broadcast_unit = 0;
 // Devices act on a broadcast without an answer that tells when they are ready again; "MODBUS over
 // Serial Line V1.02", section 2.4.1, has 100 to 200 ms.
@@ -185,8 +186,8 @@ class answer_reception {
   finding take_last(const std::uint8_t* bytes, std::int32_t count) noexcept {
     finding found = take(bytes, count);
     if (found != finding::nothing) return found;
-    constexpr std::int32_t crc_size = 2;
-    const bool has_length = wanted_.length != 0 && client_.ctx.length == wanted_.length + crc_size;
+    const bool has_length =
+        wanted_.length != 0 && client_.ctx.length == wanted_.length + rtu_crc_size;
     found = note(take_silence(client_.ctx, wanted_));
     is_damaged_ = is_damaged_ || (found == finding::corrupt && has_length);
     if (found != finding::answer) mod_rxReset(&client_.ctx);
@@ -306,8 +307,7 @@ const status_row& row_of(mod_status status) noexcept {
 mod_outcome fail(mod_mex& mex, const mod_mex& request, mod_outcome outcome) noexcept {
   const std::uint8_t own = row_of(outcome.status).code;
   mex = request;
-  mex.fcn |= failure_bit;
-  mex.data[0] = own != 0 ? own : outcome.code;
+  refuse(mex, own != 0 ? own : outcome.code);
   return outcome;
 }
 
