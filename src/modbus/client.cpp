@@ -93,7 +93,8 @@ void await_owed(mod_client& client) noexcept {
 // for: the answer is looked for among what it says.
 void await_silence(mod_client& client) noexcept {
   std::uint8_t unwanted[mod_buffer_size];
-  const std::int64_t limit = now_ms() + std::max(client.line.timeout_ms, 0) + turnaround_ms;
+  const std::int64_t start = std::max(now_ms(), client.quiet_until);
+  const std::int64_t limit = start + std::max(client.line.timeout_ms, 0) + turnaround_ms;
   for (std::int64_t now = now_ms(); now < client.quiet_until && now < limit; now = now_ms()) {
     const std::int32_t got = receive_some(client, unwanted, client.quiet_until);
     if (got < 0 && client.line.is_closed) return;

@@ -260,6 +260,18 @@ TEST(Client, WaitsNoLongerThanItHasTo) {
   EXPECT_TRUE(taken >= std::chrono::milliseconds(95) && taken < std::chrono::seconds(30));
 }
 
+// A slow line is waited out for as long as an answer takes, however short the time-out.
+TEST(Client, GivesALateAnswerTheTimeThatItTakesOnTheLine) {
+  scripted_device device({});
+  mod_client client = client_of(device, MOD_RTU, 20);
+  client.line.baud = 300;
+  std::uint16_t value = 0;
+  EXPECT_EQ(mod_readHoldingRegisters(&client, 18, 1, 1, &value).status, mod_status::timeout);
+  const auto failed = std::chrono::steady_clock::now();
+  EXPECT_EQ(mod_writeCoil(&client, 0, 1, true).status, mod_status::ok);
+  EXPECT_GE(std::chrono::steady_clock::now() - failed, std::chrono::milliseconds(7 * 11000 / 300));
+}
+
 TEST(Client, LeavesAConnectionThatIsDead) {
   loopback_server server;
   mod_tcp_server where = {"127.0.0.1", server.port};
