@@ -247,6 +247,7 @@ TEST(Client, WaitsNoLongerThanItHasTo) {
   const std::string value_42 = rtu("11 03 02 00 2A");
   scripted_device device({"", "", value_42, value_42});
   mod_client client = client_of(device, MOD_RTU, 20);
+  EXPECT_EQ(client.late_ms, 20) << "as long as the time-out, unless set";
   client.late_ms = 60000;
   std::uint16_t value = 0;
   EXPECT_EQ(mod_readHoldingRegisters(&client, 18, 1, 1, &value).status, mod_status::timeout);
