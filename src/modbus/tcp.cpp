@@ -28,7 +28,8 @@ address_list resolve(const mod_tcp_server& server) noexcept {
   addrinfo* found = nullptr;
   const int result = ::getaddrinfo(server.host, server.service, &wanted, &found);
   if (result == 0) return address_list(found);
-  if (result != EAI_SYSTEM) errno = result == EAI_AGAIN ? EAGAIN : ENXIO;
+  if (result == EAI_SYSTEM) return nullptr;
+  errno = result == EAI_AGAIN ? EAGAIN : result == EAI_MEMORY ? ENOMEM : ENXIO;
   return nullptr;
 }
 
