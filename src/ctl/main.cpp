@@ -4,7 +4,6 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <initializer_list>
 #include <iterator>
 #include <new>
 #include <string>
@@ -39,10 +38,6 @@ The manual is ruvexctl(1).
 )",
                               run_main};
 
-bool is_one_of(std::string_view name, std::initializer_list<std::string_view> names) {
-  return std::find(names.begin(), names.end(), name) != names.end();
-}
-
 // Null when there is no subcommand of this name.
 const command* find_command(std::string_view name) {
   const auto* const found =
@@ -50,7 +45,7 @@ const command* find_command(std::string_view name) {
   return found == std::end(commands) ? nullptr : *found;
 }
 
-int complain_of_name(const char* name) {
+int complain_of_name(std::string_view name) {
   return complain_of_use(main_command, message("'", name, "' is not a subcommand"));
 }
 
@@ -63,10 +58,10 @@ int help_with(const char* name) {
 
 int run_main(int argc, char** argv) {
   if (argc < 2) return complain_of_use(main_command, "a subcommand is needed");
-  const char* const name = argv[1];
-  if (is_one_of(name, {"--help", "-h"})) return print_help(main_command);
-  if (is_one_of(name, {"help"})) return help_with(argc > 2 ? argv[2] : nullptr);
-  if (is_one_of(name, {"--version"})) return print_version();
+  const std::string_view name = argv[1];
+  if (name == "--help" || name == "-h") return print_help(main_command);
+  if (name == "help") return help_with(argc > 2 ? argv[2] : nullptr);
+  if (name == "--version") return print_version();
   const command* const found = find_command(name);
   if (found == nullptr) return complain_of_name(name);
   std::string program = program_of(*found);
