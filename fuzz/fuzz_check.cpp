@@ -9,9 +9,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <set>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #ifdef RUVEX_WITH_EXPAT
 #include <expat.h>
@@ -26,9 +26,19 @@ namespace ruvex {
 namespace {
 
 struct verdict {
-  std::set<std::int64_t> bad_lines;  // with an error
+  bool has_errors = false;
+  std::int64_t refused_line = 0;
   std::int64_t points = 0;
 };
+
+void add(verdict& found, const std::vector<finding>& findings, std::size_t longest) {
+  for (const finding& finding : findings) {
+    require(finding.column >= 1 && finding.column <= std::max<std::size_t>(longest, 1),
+            "a column lies within the line");
+    require(!finding.text.empty(), "a finding has a text");
+    found.has_errors = found.has_errors || row_of(finding.id).level == severity::error;
+  }
+}
 
 verdict check(const memory_file& csv, std::size_t size) {
   verdict found;
@@ -40,16 +50,15 @@ verdict check(const memory_file& csv, std::size_t size) {
   bool goes_on = true;
   while (goes_on && (got = lines.next(text)) != line_result::end) {
     goes_on = check.check_line(got, text);
+    const std::size_t length = got == line_result::too_long ? size : text.size();
     if (got == line_result::too_long) lines.skip_line();
-    for (const finding& finding : check.findings()) {
-      require(finding.column >= 1 && finding.column <= std::max(size, max_mapping_line) + 1,
-              "a column lies within the line");
-      require(!finding.text.empty(), "a finding has a text");
-      if (row_of(finding.id).level == severity::error) found.bad_lines.insert(finding.line);
-    }
+    add(found, check.findings(), length);
   }
   ::close(descriptor);
+  check.finish();
+  add(found, check.findings(), size);
   found.points = check.points();
+  found.refused_line = goes_on ? check.refused_line() : 1;
   return found;
 }
 
@@ -104,8 +113,10 @@ void run(const std::uint8_t* data, std::size_t size) {
   const verdict found = check(csv, size);
   const int result = read_csv_file(csv.path());
   if (result != csv_read) {
-    require(found.bad_lines.count(failing_line(bytes)) == 1, "the line that fails has an error");
-  } else if (found.bad_lines.empty()) {
+    require(found.has_errors, "what fails has an error");
+    require(found.refused_line == failing_line(bytes), "the line that fails is told");
+  } else if (!found.has_errors) {
+    require(found.refused_line == 0, "no line is refused");
     require(channels() == found.points, "the points are counted");
     require(found.points == lines_with_fields(bytes), "no line is lost");
     const memory_file xml;

@@ -35,8 +35,13 @@ std::string bit(fields given) {
 }
 
 std::string other_bit(fields given) {
-  given.insert({{4, "40001"}, {5, "Bit16"}, {10, "1"}});
+  given.insert({{4, "40001"}, {5, "Bit16"}, {6, "BINARY_OUTPUT"}, {10, "1"}});
   return other(given);
+}
+
+std::string register_bit(fields given) {
+  given.insert({{4, "40001"}, {6, "BINARY_OUTPUT"}});
+  return bit(given);
 }
 
 std::string wide(fields given) {
@@ -68,7 +73,9 @@ const std::string long_text(60, 'x');
 const std::string longest = std::string(1023 - point().size(), '-') + point();
 const std::string quoted = point({{2, "\"Po;nt\""}});
 const std::string until_field_13 =
-    "p,0,Point,1,40001,16 Bit Signed Integer,ANALOG_INPUT,1,NO_UNITS,No words,0,0,100,0";
+    "p,0,Point,1,40001,16 Bit Signed Integer,ANALOG_INPUT,1,NO_UNITS,No words,0,0,100,";
+const std::string without_instance =
+    "p,0,Point,1,40001,16 Bit Signed Integer,ANALOG_INPUT,^NO_UNITS,No words,0,0,0,0,0,0,0\n";
 
 struct rule_case {
   std::string rule;
@@ -82,18 +89,24 @@ const rule_case rule_cases[] = {
     {"nul-byte", point(), point({{0, "-^" + nul}})},
     {"line-too-long", longest, "-" + longest.substr(0, 1022) + "^0\n" + other()},
     {"carriage-return", point({{16, "0\r"}}), point({{16, "0^\r0"}})},
-    {"wrong-separator", "a|b;c\t\n", "^a;b;c;d;e,5;f\n"},
+    {"wrong-separator", "a|b;c\t\n", "^a;b;c;d;e,5;f\ng;h\n1,2,3,4,2;5\n"},
+    {"missing-column", point({{4, "X40001"}}), without_instance + without_instance.substr(0, 53) + without_instance.substr(54)},
     {"one-field", ",,\"\r\n,,,\n", "^Title,,,\n"},
-    {"few-fields", point(), "^1,2,3,4,40001,6,7,8,9,10\n"},
+    {"few-fields", point(), "^1,2,3,4,40001,6,7,8,9,10\n1,2,3,4,40001,Bit16,7,8,9,10\n"},
     {"extra-cells", point({{16, "0  "}}), point({{16, "0 ,^note"}})},
-    {"empty-cell", point({{9, " "}}), point({{9, "^"}, {11, "0.5"}})},
+    {"empty-cell", point({{9, " "}}), point({{9, "^"}, {11, "0.5"}}) + other({{9, ""}})},
     {"empty-end", point(), point({{16, "0,^,"}})},
     {"split-cell", quoted, point({{2, "^\"Zone, 1\""}})},
     {"split-cell", quoted, point({{9, "^3\" pipe"}})},
     {"split-cell", quoted, point({{9, "^\"\"\"A\"\" phase\""}})},
-    {"split-cell", quoted, point({{9, "^\"First line"}})},
+    {"split-cell", quoted, "p,0,Point,1,40001,16 Bit Signed Integer,ANALOG_INPUT,1,NO_UNITS,^\"First\nsecond\",0,0,0,0,0,0,0\n"},
     {"split-cell", quoted, point({{9, "^\"A\" B"}})},
     {"header-line", point({{4, "X40001"}}), "^" + point({{3, "Unit"}, {4, "Register"}, {8, "Units"}})},
+    {"spreadsheet-error", point({{2, "Pump #3"}, {9, "1e+5"}}), point({{4, "^#REF!"}})},
+    {"spreadsheet-error", point({{0, "##"}}), point({{0, "^####"}})},
+    {"spreadsheet-error", point({{9, "#5"}}), point({{3, "^#N/A"}})},
+    {"spreadsheet-error", scaled("0", "1E4", "0", "1"), scaled("0", "^1.00E+04", "0", "1")},
+    {"tab", point({{0, "a\tb"}}), point({{2, "A^\tB"}})},
     {"leading-blank", point({{9, "No  words"}}), point({{9, "^ No words"}})},
     {"field-too-long", point({{16, std::string(31, '1')}}), point({{16, "^" + std::string(32, '1')}})},
     {"name-cut", point({{2, long_text}}), point({{2, "^" + long_text + "m12"}})},
@@ -107,19 +120,33 @@ const rule_case rule_cases[] = {
     {"reference-range", point({{4, "49999"}}), point({{4, "^40000"}})},
     {"reference-range", point({{4, "465536"}}), point({{4, "^465537"}})},
     {"reference-range", point({{4, "400001"}}), point({{4, "^4000001"}})},
+    {"table-end", point({{4, "465536"}}), wide({{4, "^465536"}})},
+    {"table-end", wide({{4, "365535"}}), wide({{4, "^365536"}})},
     {"reference-digits", point() + other({{3, "2"}, {4, "400101"}}), point() + other({{4, "^400101"}})},
-    {"coil-by-accident", bit({{4, "1"}, {6, "BINARY_INPUT"}}), point({{4, "^100"}})},
+    {"reference-digits", point(), point({{4, "^400201"}}) + other() + other({{2, "Third"}, {4, "40102"}, {7, "3"}})},
+    {"coil-by-accident", bit({{4, "X00017"}, {6, "BINARY_INPUT"}}), bit({{4, "^17"}, {6, "BINARY_INPUT"}})},
+    {"coil-by-accident", bit({{4, "100017"}, {6, "BINARY_INPUT"}}), bit({{4, "^10017"}, {6, "BINARY_INPUT"}})},
     {"coil-by-accident", point({{4, "1"}, {6, "BINARY_INPUT"}}), wide({{4, "^1"}, {6, "BINARY_INPUT"}})},
+    {"coil-by-accident", point({{4, "10001"}, {6, "BINARY_INPUT"}}), point({{4, "^9"}, {8, "VOLTS"}, {6, "BINARY_INPUT"}})},
+    {"coil-by-accident", point(), point({{4, "^9"}, {6, "BINARY_INPUT"}, {12, "10"}, {14, "1"}})},
+    {"coil-by-accident", point(), point({{4, "^100"}})},
     {"unknown-data-type", point(), point({{5, "^16 bit signed integer"}})},
-    {"bit-number", bit({{10, "15"}}), bit({{10, "^16"}})},
-    {"bit-number", bit({{5, "Bit32 LO/HI"}, {10, "31"}}), bit({{5, "Bit32 LO/HI"}, {10, "^32"}})},
-    {"bit-number", bit({}), bit({{10, "^x"}})},
+    {"bit-number", register_bit({{10, "15"}}), register_bit({{10, "^16"}})},
+    {"bit-number", register_bit({{5, "Bit32 LO/HI"}, {10, "31"}}), register_bit({{5, "Bit32 LO/HI"}, {10, "^32"}})},
+    {"bit-number", register_bit({}), register_bit({{10, "^x"}})},
     {"bit-unused", point(), point({{10, "^3"}})},
+    {"bit-units", register_bit({}), register_bit({{8, "^VOLTS"}})},
+    {"bit-scaling", register_bit({}), register_bit({{11, "^0"}, {12, "10"}, {14, "1"}})},
     {"unknown-object-type", point(), point({{4, "30001"}, {6, "^Analog Input"}})},
-    {"object-class", bit({{4, "10001"}, {6, "BINARY_INPUT"}}), bit({{4, "10001"}, {6, "^ANALOG_INPUT"}})},
+    {"no-point-object", point(), point({{6, "^SCHEDULE"}})},
+    {"object-class", bit({{4, "X10001"}, {6, "BINARY_INPUT"}}), bit({{4, "X10001"}, {6, "^ANALOG_INPUT"}})},
     {"object-class", bit({{4, "30001"}, {6, "BINARY_INPUT"}}), bit({{4, "30001"}, {6, "^BINARY_OUTPUT"}})},
-    {"object-class", bit({{6, "BINARY_VALUE"}}), bit({{6, "^BINARY_INPUT"}})},
+    {"object-class", register_bit({}), bit({{6, "^BINARY_INPUT"}})},
+    {"object-class", register_bit({}), register_bit({{6, "^ANALOG_OUTPUT"}})},
+    {"object-class", register_bit({}), wide({{6, "^BINARY_OUTPUT"}})},
     {"object-class", bit({{4, "X00001"}, {6, "BINARY_INPUT"}}), bit({{4, "X00001"}, {6, "^ANALOG_INPUT"}})},
+    {"silent-output", point({{4, "30001"}, {6, "ANALOG_VALUE"}}), point({{6, "^ANALOG_VALUE"}})},
+    {"silent-output", register_bit({}), register_bit({{6, "^BINARY_VALUE"}})},
     {"unknown-units", point({{8, "VOLTS"}}), point({{8, "^Volts"}})},
     {"instance", point({{7, "4194302"}}), point({{7, "^4194303"}})},
     {"instance", point({{7, "0"}}), point({{7, "^1a"}})},
@@ -133,22 +160,27 @@ const rule_case rule_cases[] = {
     {"unit-address", point(), point({{3, "^10.0.0.5"}})},
     {"ip-address", point({{3, "10.0.0.255/1"}}), point({{3, "^10.0.0.256/1"}})},
     {"ip-address", point(), point({{3, "^/1"}})},
+    {"ip-address", point({{3, "223.255.255.255/1"}}), point({{3, "^224.0.0.1/1"}})},
+    {"ip-address", point({{3, "0.0.0.1/1"}}), point({{3, "^0.0.0.0/1"}})},
+    {"ip-address", point({{3, "240.0.0.1/1"}}), point({{3, "^255.255.255.255/1"}})},
     {"repeated-register", point() + other({{3, "2"}, {4, "40001"}}), point() + other({{4, "^X40001"}})},
-    {"repeated-register", bit({}) + other_bit({}), bit({{10, "1"}}) + other_bit({{4, "^40001"}})},
+    {"repeated-register", register_bit({}) + other_bit({}), register_bit({{10, "1"}}) + other_bit({{4, "^40001"}})},
     {"overlapping-registers", wide({}) + other({{4, "40003"}}), wide({}) + other({{4, "^40002"}})},
     {"overlapping-registers", point() + other({{4, "40002"}}),
      point({{4, "40002"}}) + wide({{2, "Other"}, {4, "^40001"}, {7, "2"}})},
-    {"scaling-incomplete", scaled("0", "0", "0", "0"), until_field_13 + "^"},
+    {"scaling-incomplete", scaled("0", "0", "0", "0"), until_field_13 + "^0"},
     {"scaling-number", scaled("0", "1.5e3", "-4", "20"), scaled("0", "^100%", "0", "1")},
     {"scaling-equal", scaled("0", "100", "0", "10"), scaled("0", "100", "^0", "0.0")},
+    {"scaling-turned", scaled("100", "0", "10", "0"), scaled("0", "100", "^10", "0")},
     {"group-enable", point({{15, "1"}}), point({{15, "^yes"}})},
+    {"restart", point({{16, "1"}}), point({{16, "^2"}})},
     {"xml-character", point({{2, "]]>"}, {0, "&"}}), point({{2, "A ^& B"}})},
     {"xml-character", point({{9, "a > b"}}), point({{9, "a ^< b"}})},
     {"xml-character", point({{9, "a]] >"}}), point({{9, "a^]]>"}})},
     {"xml-character", point({{9, "a\x7F"}}), point({{9, "a^\x01"}})},
     {"xml-character", point(), point({{9, "^\xEF\xBF\xBE"}})},
     {"not-utf-8", point(), point({{9, "20 ^\xB0" "C"}})},
-    {"not-utf-8", point(), point({{9, "^\xED\xA0\x80"}})},
+    {"not-utf-8", point(), point({{9, "^\xED\xA0\x80"}}) + other({{2, "\xB0"}})},
     {"non-ascii", point({{0, "\xC2\xB0"}}), point({{9, "20 ^\xC2\xB0" "C"}})},
     // clang-format on
 };
@@ -209,7 +241,14 @@ TEST_F(CheckTest, AUnitWithTooManyPointsIsFoundAndTheRestIsRead) {
       {"check", "--ignore=repeated-name,repeated-instance,repeated-register", path("many.csv")});
   EXPECT_EQ(summary_of(many.err, path("many.csv")),
             "32768:11 [too-many-channels]; 32769:11 [too-many-channels]; 32770:56 [unknown-units]");
-  EXPECT_TRUE(many.err.ends_with("\n1 file, 32768 points: 3 errors, 0 warnings\n")) << many.err;
+  EXPECT_TRUE(many.err.ends_with(
+      "\n1 file, 32768 points: 3 errors, 0 warnings; ruvex would stop at line 32768\n"))
+      << many.err;
+}
+
+std::string taken(int errors) {
+  return "1 file, 2 points: " + std::to_string(errors) +
+         " errors, 0 warnings; ruvex would take the file\n";
 }
 
 constexpr const char* units_text =
@@ -228,16 +267,14 @@ TEST_F(CheckTest, OptionsChooseWhatIsPrinted) {
     int status;
     std::string messages;
   } cases[] = {
-      {{ignored}, 1, units + instance + "1 file, 2 points: 2 errors, 0 warnings\n"},
+      {{ignored}, 1, units + instance + taken(2)},
       {{ignored, "--max-errors=1"},
        1,
        units + "1 file, 1 point: 1 error, 0 warnings; stopped there\n"},
-      {{ignored + ",unknown-units,repeated-instance"},
-       0,
-       "1 file, 2 points: 0 errors, 0 warnings\n"},
+      {{ignored + ",unknown-units,repeated-instance"}, 0, taken(0)},
       {{"--ignore=unknown-units,repeated-instance", "--quiet"}, 0, ""},
       {{"--ignore=unknown-units,repeated-instance", "--quiet", "--werror"}, 1, ""},
-      {{"--severity=error"}, 1, units + instance + "1 file, 2 points: 2 errors, 0 warnings\n"},
+      {{"--severity=error"}, 1, units + instance + taken(2)},
       {{"--quiet"}, 1, ""},
       {{"--quiet", ignored + ",unknown-units,repeated-instance"}, 0, ""},
   };
@@ -249,23 +286,24 @@ TEST_F(CheckTest, OptionsChooseWhatIsPrinted) {
   }
   const outcome strict = run({"check", "--werror", "--severity=error", a});
   EXPECT_TRUE(holds(strict.err, a + ":1:81: error: field 10 (bit number): ")) << strict.err;
-  EXPECT_TRUE(strict.err.ends_with("5 errors, 0 warnings\n")) << strict.err;
+  EXPECT_TRUE(strict.err.ends_with("5 errors, 0 warnings; ruvex would take the file\n"))
+      << strict.err;
 }
 
 TEST_F(CheckTest, JsonIsOneObjectALine) {
-  write("a.csv", point({{2, "A\t\xB0"}}) + "Title\n");
+  write("a.csv", point({{2, "A \xB0"}}) + "Title\n");
   const auto from_file = [this] {
     ::dup2(::open(path("a.csv").c_str(), O_RDONLY | O_CLOEXEC), STDIN_FILENO);
   };
   const outcome json = run({"check", "--format=json", "-"}, from_file);
   EXPECT_EQ(json.out,
-            R"({"file":"-","line":1,"column":7,"severity":"error","rule":"not-utf-8","field":2,)"
-            R"("field_name":"name","text":"bytes that are no UTF-8 text break the XML"})"
-            "\n"
             R"({"file":"-","line":2,"column":1,"severity":"error","rule":"one-field","field":null,)"
             R"("field_name":null,"text":"the line has one field and adds nothing"})"
+            "\n"
+            R"({"file":"-","line":1,"column":7,"severity":"error","rule":"not-utf-8","field":2,)"
+            R"("field_name":"name","text":"bytes that are no UTF-8 text break the XML"})"
             "\n");
-  EXPECT_EQ(json.err, "1 file, 1 point: 2 errors, 0 warnings\n");
+  EXPECT_EQ(json.err, "1 file, 1 point: 2 errors, 0 warnings; ruvex would take the file\n");
   write("none.csv", point());
   EXPECT_EQ(run({"check", "--", path("none.csv"), path("missing.csv"), path("a.csv")}).status, 2);
 }

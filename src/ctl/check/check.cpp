@@ -13,6 +13,7 @@
 #include "ruvex/mapping/heap.h"
 #include "ruvex/mapping/line_reader.h"
 #include "ruvex/mapping/rules.h"
+#include "text/characters.h"
 #include "text/texts.h"
 
 namespace ruvex {
@@ -25,41 +26,65 @@ constexpr choice<finding_format> finding_formats[] = {
 
 constexpr choice<bool> hidings_of_warnings[] = {{"warning", false}, {"error", true}};
 
-bool ignore_rules(finding_settings& settings, std::string_view names) {
+struct check_settings : finding_settings {
+  std::string_view unknown_rule;  // the first name to be ignored that is no rule's
+};
+
+bool ignore_rules(check_settings& settings, std::string_view names) {
   while (!names.empty()) {
-    const std::size_t length = std::min(names.find(','), names.size());
-    const rule_row* row = find_rule(names.substr(0, length));
-    if (row == nullptr) return false;
-    settings.is_ignored[static_cast<std::size_t>(row->id)] = true;
-    names.remove_prefix(std::min(length + 1, names.size()));
+    const std::string_view name = names.substr(0, names.find(','));
+    const rule_row* const row = find_rule(name);
+    if (row != nullptr) {
+      settings.is_ignored[static_cast<std::size_t>(row->id)] = true;
+    } else if (settings.unknown_rule.empty()) {
+      if (name.empty()) return false;
+      settings.unknown_rule = name;
+    }
+    names.remove_prefix(std::min(name.size() + 1, names.size()));
   }
   return true;
 }
 
-constexpr option_row<finding_settings> check_options[] = {
+constexpr option_row<check_settings> check_options[] = {
     {"format", true,
-     [](finding_settings& settings, std::string_view argument) {
+     [](check_settings& settings, std::string_view argument) {
        return choose(finding_formats, argument, settings.format);
      }},
     {"werror", false,
-     [](finding_settings& settings, std::string_view) {
+     [](check_settings& settings, std::string_view) {
        return settings.warnings_are_errors = true;
      }},
     {"severity", true,
-     [](finding_settings& settings, std::string_view argument) {
+     [](check_settings& settings, std::string_view argument) {
        return choose(hidings_of_warnings, argument, settings.is_hiding_warnings);
      }},
     {"ignore", true, ignore_rules},
     {"max-errors", true,
-     [](finding_settings& settings, std::string_view argument) {
+     [](check_settings& settings, std::string_view argument) {
        return parse_number(argument, ULONG_MAX, settings.max_errors);
      }},
     {"quiet", false,
-     [](finding_settings& settings, std::string_view) { return settings.is_quiet = true; }},
+     [](check_settings& settings, std::string_view) { return settings.is_quiet = true; }},
 };
 
+// What has been learnt of the files of a run.
+struct sums {
+  std::size_t files = 0;  // read to their end, or to where the run stopped
+  std::int64_t points = 0;
+  const char* refused_path = nullptr;  // the first file with a line that ruvex refuses
+  std::int64_t refused_line = 0;
+};
+
+void add_to(sums& sums, const char* path, const mapping_check& check) {
+  ++sums.files;
+  sums.points += check.points();
+  if (check.refused_line() == 0 || sums.refused_path != nullptr) return;
+  sums.refused_path = path;
+  sums.refused_line = check.refused_line();
+}
+
 // False when the file cannot be read to its end.
-bool check_file(const char* path, finding_report& report, std::int64_t& points) {
+bool check_file(const char* path, finding_report& report, sums& sums) {
   const input_file file(path);
   if (!file.is_open()) return false;
   prepare_heap(path);
@@ -68,43 +93,65 @@ bool check_file(const char* path, finding_report& report, std::int64_t& points) 
   examine_lines(
       path, lines, report, check.findings(),
       [&check](line_result got, std::string_view text) { return check.check_line(got, text); });
-  points += check.points();
-  if (lines.error() != 0) complain("%s: %s", path, std::strerror(lines.error()));
-  return lines.error() == 0;
+  if (!report.is_full()) {
+    check.finish();
+    for (const finding& finding : check.findings()) report.add(path, finding);
+    report.flush();
+  }
+  if (lines.error() != 0) {
+    complain("%s: %s", path, std::strerror(lines.error()));
+    return false;
+  }
+  add_to(sums, path, check);
+  return true;
 }
 
 std::string counted(std::uint64_t count, std::string_view what) {
   return message(count, " ", what, count == 1 ? "" : "s");
 }
 
-void print_summary(const finding_report& report, std::size_t files, std::int64_t points) {
-  const std::string summary =
-      message(counted(files, "file"), ", ", counted(static_cast<std::uint64_t>(points), "point"),
-              ": ", counted(report.errors(), "error"), ", ", counted(report.warnings(), "warning"),
-              report.is_full() ? "; stopped there" : "");
+// What ruvex would do with the files, where enough has been read to tell.
+std::string verdict(const finding_report& report, const sums& sums, bool are_several) {
+  if (sums.refused_path != nullptr) {
+    const std::string line = message("; ruvex would stop at line ", sums.refused_line);
+    return are_several ? message(line, " of ", sums.refused_path) : line;
+  }
+  if (report.is_full()) return "; stopped there";
+  return are_several ? "; ruvex would take each file" : "; ruvex would take the file";
+}
+
+void print_summary(const finding_report& report, const sums& sums, bool are_several) {
+  std::string summary;
+  append_visible(
+      summary, message(counted(sums.files, "file"), ", ",
+                       counted(static_cast<std::uint64_t>(sums.points), "point"), ": ",
+                       counted(report.errors(), "error"), ", ",
+                       counted(report.warnings(), "warning"), verdict(report, sums, are_several)));
   std::fprintf(stderr, "%s\n", summary.c_str());
 }
 
+int complain_of_rule(std::string_view name) {
+  const std::string_view meant = nearest_rule(name);
+  const std::string advice = meant.empty() ? "" : message("; did you mean '", meant, "'?");
+  return complain_of_use(check_command, message("no rule has the name '", name, "'", advice));
+}
+
 int run_check(int argc, char** argv) {
-  finding_settings settings;
+  check_settings settings;
   if (const auto status = read_options(check_command, argc, argv, check_options, settings))
     return *status;
   const std::span<char*> paths = operands(argc, argv);
+  if (!settings.unknown_rule.empty()) return complain_of_rule(settings.unknown_rule);
   if (paths.empty()) return complain_of_use(check_command, "a file is needed");
   finding_report report(settings);
   bool all_read = true;
-  std::size_t files = 0;
-  std::int64_t points = 0;
+  sums sums;
   for (const char* path : paths) {
     if (report.is_full()) break;
-    if (check_file(path, report, points)) {
-      ++files;
-    } else {
-      all_read = false;
-    }
+    all_read = check_file(path, report, sums) && all_read;
   }
   const int write_error = report.finish();
-  if (!settings.is_quiet && files != 0) print_summary(report, files, points);
+  if (!settings.is_quiet && sums.files != 0) print_summary(report, sums, paths.size() > 1);
   if (!all_read) return end_with(ctl_trouble, write_error);
   return end_with(report.errors() == 0 ? ctl_clean : ctl_findings, write_error);
 }

@@ -10,8 +10,9 @@ namespace ruvex {
 // Whether a line looks like the header of a table: neither its unit nor its reference has a digit.
 bool is_header(const mapping_line& line) noexcept;
 
-// Reports on the first `count` fields of a point line, and on what they are together.
-void check_fields(line_findings& findings, const checked_point& point, std::size_t count);
+// Reports on the first `count` fields of a point line, and on what they are together. False when a
+// field holds no text but an error of the spreadsheet.
+bool check_fields(line_findings& findings, const checked_point& point, std::size_t count);
 
 // Reports the characters of a line's settings that break the XML, or that the controller takes for
 // others.

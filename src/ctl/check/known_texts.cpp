@@ -1,11 +1,17 @@
 #include "known_texts.h"
 
+#include <algorithm>
+#include <utility>
+
+#include "meaning.h"
 #include "ruvex/cfg/tables.h"
 #include "ruvex/mapping/rules.h"
 #include "text/nearest.h"
 
 namespace ruvex {
 namespace {
+
+constexpr std::string_view high_word_first = " HI/LO";
 
 std::vector<std::string_view> texts_of(const chk_row* table) {
   std::vector<std::string_view> texts;
@@ -23,27 +29,57 @@ std::vector<std::string_view> data_types() {
 
 }  // namespace
 
-std::string_view known_texts::nearest_to(std::string_view text) {
+known_texts::known_texts(text_kind kind, std::vector<std::string_view> texts)
+    : kind_(kind),
+      texts_(std::move(texts)),
+      candidates_(texts_),
+      set_(texts_.begin(), texts_.end()) {
+  for (std::string_view text : texts_) {
+    if (!text.ends_with(high_word_first)) continue;
+    text.remove_suffix(high_word_first.size());
+    candidates_.push_back(text);
+  }
+}
+
+suggestion known_texts::suggest(std::string_view text) {
   constexpr std::size_t most_answers = 1000;  // beyond, no more than the search itself is spent
   std::string key(text);
   if (const auto found = answers_.find(key); found != answers_.end()) return found->second;
-  const std::string_view answer = nearest(text, texts_);
+  const suggestion answer = search(text);
   if (answers_.size() < most_answers) answers_.emplace(std::move(key), answer);
   return answer;
 }
 
+suggestion known_texts::search(std::string_view text) const {
+  if (const auto foreign = find_foreign_text(kind_, text)) return *foreign;
+  std::vector<std::string_view> alike;
+  std::ranges::copy_if(candidates_, std::back_inserter(alike),
+                       [text](std::string_view known) { return means_alike(text, known); });
+  const std::string_view found = nearest(text, alike);
+  return found.empty() || has(found) ? suggestion{found, {}} : in_both_orders(found);
+}
+
+suggestion known_texts::in_both_orders(std::string_view text) const {
+  suggestion both;
+  for (const std::string_view known : texts_) {
+    if (!known.starts_with(text)) continue;
+    (known.ends_with(high_word_first) ? both.meant : both.or_else) = known;
+  }
+  return both;
+}
+
 known_texts& known_data_types() {
-  static known_texts known(data_types());
+  static known_texts known(text_kind::data_type, data_types());
   return known;
 }
 
 known_texts& known_object_types() {
-  static known_texts known(texts_of(chk_bac_type));
+  static known_texts known(text_kind::object_type, texts_of(chk_bac_type));
   return known;
 }
 
 known_texts& known_units() {
-  static known_texts known(texts_of(chk_bac_units));
+  static known_texts known(text_kind::units, texts_of(chk_bac_units));
   return known;
 }
 

@@ -3,15 +3,29 @@
 #pragma once
 
 #include <cstddef>
+#include <string_view>
 
 #include "report/line_findings.h"
 
 namespace ruvex {
 
-// Reports what is wrong with the form of a line that the converter takes. The result is the number
-// of fields at its start that stand in the cells of the same number: those behind an empty or
-// divided cell are other cells' texts, and to examine them would only repeat what has been said.
-std::size_t check_form(line_findings& findings, const mapping_line& fields);
+// Looks at the lines of one file, one after the other.
+class line_forms {
+ public:
+  // Reports what is wrong with the form of a line that the converter takes. The result is the
+  // number of fields at its start that stand in the cells of the same number: those behind an empty
+  // or divided cell are other cells' texts, and to examine them would only repeat what has been
+  // said. Where one cause explains all that is wrong with the line, what has been noted of it is
+  // forgotten, and the result is 0.
+  std::size_t check(line_findings& findings, const mapping_line& fields);
+
+ private:
+  bool check_count(line_findings& findings, std::string_view line, const mapping_line& fields);
+  bool is_continued(std::string_view line, const mapping_line& fields) noexcept;
+
+  char separator_ = ',';         // another one: that of an earlier line
+  bool is_inside_cell_ = false;  // an earlier line has begun a cell that it did not close
+};
 
 // Reports the byte-order mark, and tells whether the file is UTF-16 text; `start` is its first
 // line.

@@ -1,9 +1,9 @@
 #include "mapping_check.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "field_checks.h"
-#include "line_form.h"
 #include "reference_checks.h"
 #include "text/texts.h"
 
@@ -27,22 +27,41 @@ bool mapping_check::check_line(line_result got, std::string_view text) {
   line_findings findings(++line_number_, text, list_);
   const bool is_first = line_number_ == 1 && got != line_result::too_long;
   if (is_first && check_start(findings)) return false;
-  if (add_refused_line(findings, got)) return true;
+  if (add_refused_line(findings, got)) {
+    note_refused();
+    return true;
+  }
   check_read_line(findings);
+  file_findings_.take_from(list_);
   std::stable_sort(list_.begin(), list_.end(),
                    [](const finding& a, const finding& b) { return a.column < b.column; });
   return true;
+}
+
+void mapping_check::finish() {
+  list_.clear();
+  repeats_.finish(list_);
+  file_findings_.finish(list_);
+  std::stable_sort(list_.begin(), list_.end(), [](const finding& a, const finding& b) {
+    return std::pair(a.line, a.column) < std::pair(b.line, b.column);
+  });
+}
+
+void mapping_check::note_refused() noexcept {
+  if (refused_line_ == 0) refused_line_ = line_number_;
 }
 
 void mapping_check::check_read_line(line_findings& findings) {
   const mapping_line fields = split_mapping_line(findings.text());
   refusals_.begin(findings, fields);
   const point_result read = reader_.read(fields, refusals_);
+  if (read.code != csv_read) note_refused();
   if (fields.count == 0) return;
-  const std::size_t sound = check_form(findings, fields);
+  const std::size_t sound = forms_.check(findings, fields);
   if (fields.count <= field_bit) return;
   const bool is_converted = read.is_added && read.code == csv_read;
   if (is_converted) ++points_;
+  if (sound == 0) return;
   const checked_point point = {fields, *read.chn, read.unit, read.reg_class, read.is_bit};
   check_characters(findings, point);
   if (is_header(fields)) {
@@ -50,8 +69,8 @@ void mapping_check::check_read_line(line_findings& findings) {
                  "this looks like a header: neither unit nor reference has a digit");
     return;
   }
-  check_fields(findings, point, sound);
-  if (is_converted && sound == fields.count) repeats_.check(findings, point);
+  const bool are_texts = check_fields(findings, point, sound);
+  if (is_converted && are_texts && sound == fields.count) repeats_.check(findings, point);
 }
 
 }  // namespace ruvex

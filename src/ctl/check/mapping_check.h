@@ -5,6 +5,8 @@
 #include <string_view>
 #include <vector>
 
+#include "file_findings.h"
+#include "line_form.h"
 #include "repeats.h"
 #include "report/findings.h"
 #include "report/line_findings.h"
@@ -22,23 +24,36 @@ class mapping_check {
   mapping_check(const mapping_check&) = delete;
   mapping_check& operator=(const mapping_check&) = delete;
 
-  // Examines the next line, as the line reader gave it. The result has its findings by column, and
-  // is valid until the next line. False behind a line that makes the rest of the file meaningless.
+  // Examines the next line, as the line reader gave it. False behind a line that makes the rest of
+  // the file meaningless.
   bool check_line(line_result got, std::string_view text);
+
+  // Ends the examination of a file that has been read to its end.
+  void finish();
+
+  // After a line its own findings, by column; after the end those about the file, by line. Valid
+  // until the next call of the two.
   const std::vector<finding>& findings() const noexcept { return list_; }
 
   std::int64_t points() const noexcept { return points_; }
 
+  // The first line that ruvex refuses, where it would stop; 0 while there is none.
+  std::int64_t refused_line() const noexcept { return refused_line_; }
+
  private:
   void check_read_line(line_findings& findings);
+  void note_refused() noexcept;
 
   yax_cfg_ptr doc_;  // holds the units and outlives their index
   unit_index units_;
   point_reader reader_;
+  line_forms forms_;
   repeats repeats_;
+  file_findings file_findings_;
   std::vector<finding> list_;
   std::int64_t line_number_ = 0;
   std::int64_t points_ = 0;
+  std::int64_t refused_line_ = 0;
   refusal_findings refusals_;
 };
 

@@ -1,7 +1,10 @@
 #include "repeats.h"
 
 #include <bit>
+#include <string>
+#include <utility>
 
+#include "file_findings.h"
 #include "ruvex/cfg/tables.h"
 #include "ruvex/mapping/register_place.h"
 #include "text/texts.h"
@@ -18,11 +21,11 @@ std::uint64_t number_of(std::uint64_t unit, const register_place& place) noexcep
 }  // namespace
 
 void repeats::check(line_findings& findings, const checked_point& point) {
-  unit_state& unit = units_.try_emplace(point.unit, unit_state{units_.size(), 0, 0}).first->second;
+  unit_state& unit = units_.try_emplace(point.unit, unit_state{units_.size()}).first->second;
   check_name(findings, point);
   check_instance(findings, point);
   check_register(findings, point, unit);
-  check_digits(findings, point, unit);
+  count_digits(findings, point, unit);
 }
 
 void repeats::check_name(line_findings& findings, const checked_point& point) {
@@ -88,18 +91,36 @@ repeats::line_number repeats::find_overlap(std::uint64_t place, std::int32_t off
   return behind == nullptr ? 0 : behind->any;
 }
 
-void repeats::check_digits(line_findings& findings, const checked_point& point, unit_state& unit) {
+void repeats::count_digits(const line_findings& findings, const checked_point& point,
+                           unit_state& unit) {
   const std::string_view reference = point.chn.reg_num.view();
   const bool is_coil = point.reg_class == register_class::coil;  // the converter writes five digits
-  if (is_coil || !is_digits(reference) || reference.size() == unit.digits) return;
-  if (unit.digits == 0) {
-    unit.digits = reference.size();
-    unit.line = findings.number();
-    return;
+  const bool is_reference = !is_coil && is_digits(reference);
+  if (!is_reference || (reference.size() != 5 && reference.size() != 6)) return;
+  references& alike = reference.size() == 5 ? unit.of_five : unit.of_six;
+  if (++alike.count > 1) return;
+  alike.line = findings.number();
+  alike.column = findings.column_of(point.line.fields[field_reference]);
+  alike.text = reference;
+}
+
+// Where both forms stand as often, the later one is the odd one.
+void repeats::finish(std::vector<finding>& list) const {
+  for (const auto& [unit, state] : units_) {
+    const auto& [number, five, six] = state;
+    if (five.count == 0 || six.count == 0) continue;
+    const bool is_six_odd =
+        six.count < five.count || (six.count == five.count && six.line > five.line);
+    const references& odd = is_six_odd ? six : five;
+    const references& usual = is_six_odd ? five : six;
+    std::string text =
+        message(quoted{odd.text}, " has ", odd.text.size(), " digits, and ", usual.count,
+                usual.count == 1 ? " reference" : " references", " of its unit ",
+                usual.count == 1 ? "has " : "have ", usual.text.size());
+    append_lines(text, odd.count);
+    list.push_back(
+        {rule::reference_digits, odd.line, odd.column, field_reference, std::move(text)});
   }
-  findings.add(rule::reference_digits, field_reference, point.line.fields[field_reference],
-               message(quoted{reference}, " has ", reference.size(),
-                       " digits, the reference in line ", unit.line, " has ", unit.digits));
 }
 
 }  // namespace ruvex

@@ -19,15 +19,26 @@ class line_findings {
   line_findings(std::int64_t number, std::string_view text, std::vector<finding>& list) noexcept
       : number_(number), text_(text), list_(list) {}
 
-  // Notes what is wrong at `column`, counted from 1.
-  void add(rule id, std::size_t column, std::string text) {
-    list_.push_back({id, number_, column, no_field, std::move(text)});
+  // Notes what is wrong at `column`, counted from 1; `cause` is that of a finding about the file.
+  void add(rule id, std::size_t column, std::string text, std::size_t cause = 0) {
+    list_.push_back({id, number_, within(column), no_field, std::move(text), cause});
   }
   // Notes what is wrong with a field; `where` is a part of it and so of the line. A field that the
   // line lacks is missing at its end.
   void add(rule id, std::size_t field, std::string_view where, std::string text) {
-    list_.push_back({id, number_, column_of(where), field, std::move(text)});
+    list_.push_back({id, number_, within(column_of(where)), field, std::move(text)});
   }
+
+  // Whether a field has been noted for this rule.
+  bool has(rule id, std::size_t field) const noexcept {
+    for (const finding& noted : list_) {
+      if (noted.id == id && noted.field == field) return true;
+    }
+    return false;
+  }
+
+  // Forgets what has been noted: one cause explains all of it.
+  void clear() noexcept { list_.clear(); }
 
   std::int64_t number() const noexcept { return number_; }
   std::string_view text() const noexcept { return text_; }
@@ -37,6 +48,14 @@ class line_findings {
   }
 
  private:
+  // A column of the line: what is missing at its end is told at its last character.
+  std::size_t within(std::size_t column) const noexcept {
+    if (text_.empty()) return column;  // of a line that is too long
+    const std::size_t end = text_.find_last_not_of("\r\n");
+    const std::size_t last = end == std::string_view::npos ? 1 : end + 1;
+    return column < last ? column : last;
+  }
+
   std::int64_t number_;
   std::string_view text_;
   std::vector<finding>& list_;

@@ -22,6 +22,7 @@ enum class rule : std::uint8_t {
   line_too_long,
   carriage_return,
   wrong_separator,
+  missing_column,
   one_field,
   few_fields,
   extra_cells,
@@ -29,7 +30,9 @@ enum class rule : std::uint8_t {
   empty_end,
   split_cell,
   header_line,
+  spreadsheet_error,
   leading_blank,
+  tab,
   field_too_long,
   too_many_channels,
   name_cut,
@@ -38,13 +41,18 @@ enum class rule : std::uint8_t {
   illegal_reference,
   reference_text,
   reference_range,
+  table_end,
   reference_digits,
   coil_by_accident,
   unknown_data_type,
   bit_number,
   bit_unused,
+  bit_units,
+  bit_scaling,
   unknown_object_type,
+  no_point_object,
   object_class,
+  silent_output,
   unknown_units,
   instance,
   repeated_instance,
@@ -57,26 +65,33 @@ enum class rule : std::uint8_t {
   scaling_incomplete,
   scaling_number,
   scaling_equal,
+  scaling_turned,
   group_enable,
+  restart,
   xml_character,
   not_utf_8,
   non_ascii,
 };
 inline constexpr std::size_t rule_count = static_cast<std::size_t>(rule::non_ascii) + 1;
 
+// What a finding is about. What is wrong with a file as a whole is found once, where it is first.
+enum class scope : std::uint8_t { line, file };
+
 struct rule_row {
   rule id;
   severity level;
+  scope about;
   std::string_view name;  // as in messages and on the command line
   std::string_view meaning;
 };
 
 struct finding {
   rule id;
-  std::int64_t line;   // from 1
-  std::size_t column;  // from 1, in bytes
-  std::size_t field;   // its number, or no_field
-  std::string text;    // lower-case start, no full stop
+  std::int64_t line;      // from 1
+  std::size_t column;     // from 1, in bytes
+  std::size_t field;      // its number, or no_field
+  std::string text;       // lower-case start, no full stop
+  std::size_t cause = 0;  // tells the causes of one rule apart where they are those of a file
 };
 inline constexpr std::size_t no_field = max_mapping_fields;
 
@@ -85,6 +100,9 @@ const rule_row& row_of(rule id) noexcept;
 
 // The row of the rule with this name; null when there is none.
 const rule_row* find_rule(std::string_view name) noexcept;
+
+// The name of a rule that `name` is most likely meant to be; empty when none is near.
+std::string_view nearest_rule(std::string_view name);
 
 // Every rule, a line each, with its severity and its meaning.
 std::string rules_text();
