@@ -1,250 +1,69 @@
-#include <algorithm>
-#include <array>
-#include <cstdint>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 
 #include "command.h"
 #include "load.h"
 #include "output.h"
-#include "point_view.h"
-#include "ruvex/cfg/decimal.h"
-#include "text/characters.h"
+#include "point_columns.h"
+#include "row_formats.h"
+#include "text/texts.h"
 
 namespace ruvex {
 namespace {
 
-// What a column holds, for JSON: a setting is a string; what is worked out may be unknown.
-enum class column_kind : std::uint8_t { setting, worked_out, number };
+struct show_settings;
 
-struct column {
-  const char* title;  // for people; null: not in their formats
-  const char* key;    // for programs; null: not in theirs
-  column_kind kind;
-  bool is_of_register;  // means nothing to people where there is no Modbus register
-  void (*append)(std::string& out, const point& point);
-};
+// Prints the points. Gives a ctl_status, after a complaint where it is none for "clean".
+using print_function = int (*)(const loaded_file& file, const show_settings& settings, output& out);
 
-template <auto Member>
-void setting(std::string& out, const point& point) {
-  out += (point.chn.*Member).view();
-}
-
-void unit(std::string& out, const point& point) {
-  append_unit(out, point.unit);
-}
-
-void table(std::string& out, const point& point) {
-  out += register_table(point);
-}
-
-void address(std::string& out, const point& point) {
-  const std::optional<std::int32_t> offset = wire_address(point);
-  if (offset) out += decimal_text(*offset).view();
-}
-
-void scaling(std::string& out, const point& point) {
-  append_scaling(out, point.chn);
-}
-
-constexpr column_kind text = column_kind::setting;
-
-// clang-format off
-constexpr column columns[] = {
-    {"unit",           "unit",              text,                    false, unit},
-    {"reference",      "reference",         text,                    true,  setting<&chn_cfg::reg_num>},
-    {"table",          "table",             column_kind::worked_out, true,  table},
-    {"wire address",   "wire_address",      column_kind::number,     true,  address},
-    {"size",           "size",              text,                    true,  setting<&chn_cfg::reg_size>},
-    {"word order",     "word_order",        text,                    true,  setting<&chn_cfg::reg_endian>},
-    {"format",         "format",            text,                    true,  setting<&chn_cfg::reg_format>},
-    {"channel type",   "channel_type",      text,                    false, setting<&chn_cfg::chn_type>},
-    {"write function", "write_function",    text,                    true,  setting<&chn_cfg::reg_fcn>},
-    {"mask",           "mask",              text,                    true,  setting<&chn_cfg::reg_mask>},
-    {"scaling",        nullptr,             text,                    false, scaling},
-    {nullptr,          "device_scale_low",  text,                    false, setting<&chn_cfg::scl_dev_lo>},
-    {nullptr,          "device_scale_high", text,                    false, setting<&chn_cfg::scl_dev_hi>},
-    {nullptr,          "user_scale_low",    text,                    false, setting<&chn_cfg::scl_usr_lo>},
-    {nullptr,          "user_scale_high",   text,                    false, setting<&chn_cfg::scl_usr_hi>},
-    {"object type",    "object_type",       text,                    false, setting<&chn_cfg::bac_type>},
-    {"instance",       "instance",          text,                    false, setting<&chn_cfg::instance>},
-    {"units",          "units",             text,                    false, setting<&chn_cfg::bac_units>},
-    {"COV increment",  "cov_increment",     text,                    false, setting<&chn_cfg::bac_cov_inc>},
-    {"name",           "name",              text,                    false, setting<&chn_cfg::name>},
-    {nullptr,          "description",       text,                    false, setting<&chn_cfg::bac_desc>},
-};
-// clang-format on
-constexpr std::size_t column_count = std::size(columns);
-
-// Calls act(point) for each point, whose address is given.
-template <class Do>
-void for_each_point(const yax_cfg& doc, Do act) {
-  for (const unit_cfg* unit = doc.unit_list; unit != nullptr; unit = unit->next) {
-    const bool is_reached = is_modbus(*unit);
-    for (const chn_cfg* chn = unit->chn_list; chn != nullptr; chn = chn->next) {
-      const point shown = {*unit, *chn, is_reached};
-      act(&shown);
-    }
-  }
-}
-
-// Calls act(place, cell) for each cell that one of the two kinds of reader gets in the row of a
-// point, or in the header where `shown` is null. The texts stand in `room`, one after the other.
-template <auto column::*Label, class Do>
-void for_each_cell(const point* shown, std::string& room, Do act) {
-  constexpr bool is_for_people = Label == &column::title;
-  for (std::size_t place = 0; place < column_count; ++place) {
-    const column& column = columns[place];
-    if (column.*Label == nullptr) continue;
-    room.clear();
-    if (shown == nullptr) {
-      room += column.*Label;
-    } else if (!is_for_people || shown->is_modbus || !column.is_of_register) {
-      column.append(room, *shown);
-    }
-    act(place, std::string_view(room));
-  }
-}
-
-// A format makes rows of cells: add() appends the next cell to the row, end() what follows the last
-// one. Most formats have a header, and need not see the points before they print them.
-struct row_format {
-  static constexpr bool has_header = true;
-  static void prepare(const yax_cfg&) {}
-  static void end_header(std::string&) {}
-};
-
-class table_format : public row_format {
- public:
-  static constexpr auto label = &column::title;
-
-  // The widths are known when every point has been seen.
-  void prepare(const yax_cfg& doc) {
-    std::string room;
-    std::string printed;
-    const auto measure = [&](const point* shown) {
-      for_each_cell<label>(shown, room, [&](std::size_t place, std::string_view cell) {
-        printed.clear();
-        widths_[place] = std::max(widths_[place], append_printable(printed, cell));
-      });
-    };
-    measure(nullptr);
-    for_each_point(doc, measure);
-  }
-
-  // Blanks are held back until a text follows them.
-  void add(std::string& row, std::size_t place, std::string_view cell) {
-    std::size_t width = 0;
-    if (!cell.empty()) {
-      row.append(std::exchange(blanks_, 0), ' ');
-      width = append_printable(row, cell);
-    }
-    blanks_ += widths_[place] - width + 2;
-  }
-  void end(std::string& row) {
-    row += '\n';
-    blanks_ = 0;
-  }
-
- private:
-  std::array<std::size_t, column_count> widths_ = {};
-  std::size_t blanks_ = 0;
-};
-
-class markdown_format : public row_format {
- public:
-  static constexpr auto label = &column::title;
-
-  void add(std::string& row, std::size_t, std::string_view cell) {
-    printed_.clear();
-    append_printable(printed_, cell);
-    row += "| ";
-    for (const char character : printed_) {
-      if (character == '|' || character == '\\') row += '\\';
-      row += character;
-    }
-    row += ' ';
-  }
-  static void end(std::string& row) { row += "|\n"; }
-  static void end_header(std::string& row) {
-    for (const column& column : columns) {
-      if (column.title != nullptr) row += "| --- ";
-    }
-    end(row);
-  }
-
- private:
-  std::string printed_;
-};
-
-struct csv_format : row_format {
-  static constexpr auto label = &column::key;
-
-  static void add(std::string& row, std::size_t place, std::string_view cell) {
-    if (place != 0) row += ',';
-    if (cell.find_first_of(",\"\r\n") == std::string_view::npos) {
-      row += cell;
-      return;
-    }
-    row += '"';
-    for (const char character : cell) row.append(character == '"' ? 2 : 1, character);
-    row += '"';
-  }
-  static void end(std::string& row) { row += '\n'; }
-};
-
-struct json_format : row_format {
-  static constexpr auto label = &column::key;
-  static constexpr bool has_header = false;
-
-  static void add(std::string& row, std::size_t place, std::string_view cell) {
-    const column& column = columns[place];
-    row += place != 0 ? ",\"" : "{\"";
-    row += column.key;
-    row += "\":";
-    if (column.kind != column_kind::setting && cell.empty()) {
-      row += "null";
-    } else if (column.kind == column_kind::number) {
-      row += cell;
-    } else {
-      append_json(row, cell);
-    }
-  }
-  static void end(std::string& row) { row += "}\n"; }
-};
-
-template <class Format>
-void print_points(const yax_cfg& doc, output& out) {
-  Format format;
-  std::string row;
-  std::string room;
-  const auto print_row = [&](const point* shown) {
-    for_each_cell<Format::label>(shown, room, [&](std::size_t place, std::string_view cell) {
-      format.add(row, place, cell);
-    });
-    format.end(row);
-    if (shown == nullptr) format.end_header(row);
-    out.put(row);
-    row.clear();
-  };
-  format.prepare(doc);
-  if (Format::has_header) print_row(nullptr);
-  for_each_point(doc, print_row);
-}
-
-using print_function = void (*)(const yax_cfg&, output&);
-
-constexpr choice<print_function> show_formats[] = {
-    {"table", print_points<table_format>},
-    {"csv", print_points<csv_format>},
-    {"json", print_points<json_format>},
-    {"markdown", print_points<markdown_format>},
-};
+int show_table(const loaded_file& file, const show_settings& settings, output& out);
 
 struct show_settings {
-  print_function print = print_points<table_format>;
+  print_function print = show_table;
+  std::string_view column_names;  // empty: the usual ones
+  point_columns columns;          // those with these names
+  bool is_wide = false;
+};
+
+// The characters of a line of the terminal that standard output is; 0 when it is none, or has no
+// width.
+std::size_t terminal_width() noexcept {
+  struct winsize size = {};
+  if (::isatty(STDOUT_FILENO) != 1 || ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0) return 0;
+  return size.ws_col;
+}
+
+point_columns columns_for(const show_settings& settings, reader reader) {
+  return settings.columns.empty() ? usual_columns(reader) : settings.columns;
+}
+
+int show_table(const loaded_file& file, const show_settings& settings, output& out) {
+  const std::size_t room = settings.is_wide ? 0 : terminal_width();
+  const bool is_by_use = room != 0 && settings.columns.empty();
+  const point_columns columns =
+      is_by_use ? columns_by_use() : columns_for(settings, reader::people);
+  const std::size_t left_out = print_table(*file.doc, columns, room, out);
+  if (left_out == 0) return ctl_clean;
+  out.flush();
+  complain("columns that do not fit are left out: %zu; see --wide and --columns", left_out);
+  return ctl_clean;
+}
+
+template <auto Print, reader Reader>
+int show_rows(const loaded_file& file, const show_settings& settings, output& out) {
+  Print(*file.doc, columns_for(settings, Reader), out);
+  return ctl_clean;
+}
+
+constexpr choice<print_function> show_formats[] = {
+    {"table", show_table},
+    {"csv", show_rows<print_csv, reader::programs>},
+    {"json", show_rows<print_json, reader::programs>},
+    {"markdown", show_rows<print_markdown, reader::people>},
 };
 
 constexpr option_row<show_settings> show_options[] = {
@@ -252,26 +71,45 @@ constexpr option_row<show_settings> show_options[] = {
      [](show_settings& settings, std::string_view argument) {
        return choose(show_formats, argument, settings.print);
      }},
+    {"columns", true,
+     [](show_settings& settings, std::string_view argument) {
+       settings.column_names = argument;
+       return !argument.empty();
+     }},
+    {"wide", false,
+     [](show_settings& settings, std::string_view) { return settings.is_wide = true; }},
 };
+
+// False, after a complaint, when one of the columns is none.
+bool find_columns(show_settings& settings) {
+  if (settings.column_names.empty()) return true;
+  std::string unknown;
+  settings.columns = chosen_columns(settings.column_names, unknown);
+  if (!settings.columns.empty()) return true;
+  complain_of_use(show_command,
+                  message("there is no column '", unknown, "'; the columns are: ", column_names()));
+  return false;
+}
 
 int run_show(int argc, char** argv) {
   show_settings settings;
   if (const auto status = read_options(show_command, argc, argv, show_options, settings)) {
     return *status;
   }
+  if (!find_columns(settings)) return ctl_trouble;
   const auto files = operands(argc, argv);
   if (files.size() != 1) return complain_of_use(show_command, "one file is needed");
   const std::optional<loaded_file> loaded = load_file(files[0]);
   if (!loaded) return ctl_trouble;
   output out;
-  settings.print(*loaded->doc, out);
-  return end_with(ctl_clean, out.finish());
+  const int status = settings.print(*loaded, settings, out);
+  return end_with(status, out.finish());
 }
 
 }  // namespace
 
 const command show_command = {
-    "show", "[--format=FORMAT] FILE",
+    "show", "[OPTION]... FILE",
     R"(Print the points of FILE as the controller will have them: a row a point, by
 unit and register. FILE is a mapping file, a unit file that ruvex has written
 from one, or a whole configuration document; its content tells which. A
@@ -279,8 +117,15 @@ mapping file with a line that ruvex refuses is refused, every such line with a
 message, and nothing is printed.
 
       --format=FORMAT  table (the default), csv, json or markdown
+      --columns=LIST   these columns in this order, separated by commas, by
+                       name or by key ("wire address" or wire_address)
+      --wide           all columns in full on a terminal, too
       --help           print this help
       --version        print the version
+
+On a terminal a table fits its width: unit, reference and name come first, long
+texts end with an ellipsis, and the columns that do not fit are left out, which
+an ellipsis at the end of the header tells. Everywhere else nothing is cut.
 
 The columns:
 
