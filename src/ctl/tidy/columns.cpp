@@ -9,15 +9,6 @@
 namespace ruvex {
 namespace {
 
-char in_lower_case(char character) noexcept {
-  return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a')
-                                              : character;
-}
-
-bool is_same_name(std::string_view a, std::string_view b) noexcept {
-  return std::ranges::equal(a, b, {}, in_lower_case, in_lower_case);
-}
-
 std::string all_headers(const std::vector<cell>& row) {
   std::string list;
   for (const cell& cell : row) {
@@ -89,13 +80,12 @@ bool column_list::parse_numbers(std::string_view entry) {
 }
 
 bool column_list::add_header(std::string_view name, std::string_view header) {
-  const auto* const found = std::ranges::find_if(
-      mapping_columns, [&](const mapping_column& row) { return is_same_name(row.name, name); });
-  if (found == mapping_columns.end()) {
+  const std::optional<std::size_t> source = find_source(name);
+  if (!source) {
     if (unknown_name_.empty()) unknown_name_ = name;
     return true;
   }
-  column_choice& choice = choices_[found->field];
+  column_choice& choice = choices_[*source];
   choice.header = header_text(header);
   if (choice.is_given || choice.header.empty()) return false;
   choice.is_given = true;

@@ -3,22 +3,16 @@
 
 #include <array>
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "refusals.h"
-#include "ruvex/mapping/rules.h"
+#include "sources.h"
 #include "text/cells.h"
 
 namespace ruvex {
-
-// What a field is made from; a view into a row or into the list of columns.
-struct field_source {
-  std::string_view text;
-  text_place place;
-};
-using field_sources = std::array<field_source, max_mapping_fields>;
 
 // What a field is chosen to be made from.
 struct column_choice {

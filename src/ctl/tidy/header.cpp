@@ -15,16 +15,12 @@ bool is_words(const cell& cell) noexcept {
   return !without_blanks(cell.text).empty() && !has_digit(cell.text);
 }
 
-std::string name_of(const mapping_column& field) {
-  return message("field ", static_cast<std::size_t>(field.field), " (", field.name, ")");
-}
-
 // The fields that are made from a column.
 std::string fields_of(const column_list& columns, std::size_t column) {
   std::string list;
   for (const mapping_column& field : mapping_columns) {
     if (columns.choice_of(field.field).column != column) continue;
-    append(list, list.empty() ? "" : ", "), append(list, name_of(field));
+    append(list, list.empty() ? "" : ", "), append(list, describe_source(field.field));
   }
   return list;
 }
@@ -63,7 +59,7 @@ std::string describe_header(const std::vector<cell>& row, const column_list& col
     const auto& [column, text, header, is_given] = columns.choice_of(field.field);
     if (column != 0 && column <= row.size()) continue;
     append_visible(lines, text.empty() ? std::string("no column") : message("text ", quoted{text}));
-    append(lines, message(": ", name_of(field), "\n"));
+    append(lines, message(": ", describe_source(field.field), "\n"));
   }
   return lines;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <vector>
 
 #include "progress.h"
 #include "text/cells.h"
@@ -27,5 +28,8 @@ class refusals {
   progress* shown_;
   std::size_t count_ = 0;
 };
+
+// Adds the cells of a row that are not well formed. Whether there were any.
+bool refuse_defects(const std::vector<cell>& row, refusals& refused) noexcept;
 
 }  // namespace ruvex

@@ -9,44 +9,19 @@
 #include <vector>
 
 #include "command.h"
+#include "delimiter.h"
 #include "header.h"
 #include "numbers.h"
 #include "progress.h"
 #include "refusals.h"
 #include "report/place_message.h"
 #include "strict_form.h"
+#include "tally.h"
 #include "text/cells.h"
 #include "text/texts.h"
 
 namespace ruvex {
 namespace {
-
-// The median of the numbers of cells in the first rows that are not blank.
-std::size_t usual_cells(std::string_view text, char delimiter) {
-  constexpr std::size_t sample = 100;
-  std::vector<std::size_t> counts;
-  std::vector<cell> row;
-  row_reader reader(text, delimiter);
-  while (counts.size() < sample && reader.next(row)) {
-    if (!is_blank_row(row)) counts.push_back(row.size());
-  }
-  if (counts.empty()) return 0;
-  const auto median = counts.begin() + static_cast<std::ptrdiff_t>(counts.size() / 2);
-  std::nth_element(counts.begin(), median, counts.end());
-  return *median;
-}
-
-char find_delimiter(std::string_view text) {
-  std::size_t most = 0;
-  char found = ',';
-  for (const char delimiter : {',', ';', '\t', '|'}) {  // the earlier ones are preferred
-    const std::size_t cells = usual_cells(text, delimiter);
-    if (cells <= most) continue;
-    most = cells;
-    found = delimiter;
-  }
-  return found;
-}
 
 // Takes up to `count` lines off the start of `text`; gives how many there were.
 std::size_t skip_lines(std::string_view& text, unsigned long count) noexcept {
@@ -103,13 +78,6 @@ bool may_hold_unclear_numbers(std::string_view text, char delimiter) noexcept {
   return text.find(delimiter == ',' ? '"' : ',') != text.npos && text.find('.') != text.npos;
 }
 
-constexpr const char* defect_messages[] = {
-    "",  // none
-    "this quote is not closed",
-    "text behind a closing quote",
-    "more cells than a row of a spreadsheet has",
-};
-
 // Turns the rows of one file into mapping lines.
 class sheet_tidier {
  public:
@@ -137,12 +105,10 @@ class sheet_tidier {
   std::size_t find_decimal_comma_line(row_reader reader) const;
   void note_skipped(row_reader reader);
   bool is_repeated_header(const std::vector<cell>& row, const field_sources& sources) const;
-  bool refuse_defects(const std::vector<cell>& row) noexcept;
   bool refuse_surplus(const std::vector<cell>& row) noexcept;
   void note_header(const std::vector<cell>& row, const field_sources& sources);
   void tell_header() noexcept;
   void tell_left_out(std::size_t first, std::size_t last, const char* why) noexcept;
-  void tell_replaced() const noexcept;
 
   const char* path_;
   const sheet_settings& settings_;
@@ -181,7 +147,7 @@ std::optional<std::string> sheet_tidier::tidy(std::string_view text) {
     return std::nullopt;
   }
   if (refused_.count() != 0) return std::nullopt;
-  tell_replaced();
+  tell(path_, "replaced", form_.replaced());
   if (!lines_.empty()) return std::move(lines_);
   complain("%s: no row has a unit and a reference with digits; see --delimiter and --columns",
            path_);
@@ -219,7 +185,7 @@ bool sheet_tidier::is_header(const std::vector<cell>& row,
 
 void sheet_tidier::take(const std::vector<cell>& row) {
   widest_ = std::max(widest_, row.size());
-  if (refuse_defects(row)) return;
+  if (refuse_defects(row, refused_)) return;
   const field_sources sources = columns_.select(row);
   if (is_header(row, sources)) return note_header(row, sources);
   tell_header();
@@ -263,15 +229,6 @@ bool sheet_tidier::is_repeated_header(const std::vector<cell>& row,
   return !headers_.empty() && !is_point(sources) && headers_.contains(row_key(row));
 }
 
-bool sheet_tidier::refuse_defects(const std::vector<cell>& row) noexcept {
-  const std::size_t refused_before = refused_.count();
-  for (const cell& cell : row) {
-    if (cell.defect == cell_defect::none) continue;
-    refused_.add(cell.defect_place, "%s", defect_messages[static_cast<std::size_t>(cell.defect)]);
-  }
-  return refused_.count() != refused_before;
-}
-
 // Columns that nobody has chosen must not go unnoticed.
 bool sheet_tidier::refuse_surplus(const std::vector<cell>& row) noexcept {
   if (columns_.is_chosen()) return false;
@@ -299,15 +256,6 @@ void sheet_tidier::tell_header() noexcept {
 void sheet_tidier::tell_left_out(std::size_t first, std::size_t last, const char* why) noexcept {
   shown_.hide();
   print_message({path_, first, last, 0, "left out", why});
-}
-
-void sheet_tidier::tell_replaced() const noexcept {
-  const auto& [count, place, field, what] = form_.replaced();
-  if (count == 0) return;
-  const std::string text = message(what, " in field ", static_cast<std::size_t>(field), " (",
-                                   mapping_columns[field].name, "); ", count,
-                                   count == 1 ? " place" : " places", " in all");
-  print_message({path_, place.line, place.line, place.column, "replaced", text});
 }
 
 }  // namespace

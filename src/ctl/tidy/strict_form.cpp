@@ -74,7 +74,9 @@ void strict_form::replace(const mapping_column& column, const text_place& place,
   const char* const first = find_unwritable(text);
   if (first == nullptr) return;
   const std::size_t count = replace_unwritable(text, *replacement_);
-  if (replaced_.count == 0 && count != 0) replaced_ = {0, place, column.field, first};
+  if (replaced_.count == 0 && count != 0) {
+    replaced_ = {0, place, message(first, " in ", describe_source(column.field))};
+  }
   replaced_.count += count;
 }
 

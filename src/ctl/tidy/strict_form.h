@@ -8,21 +8,14 @@
 #include <string>
 #include <string_view>
 
-#include "columns.h"
 #include "refusals.h"
 #include "ruvex/cfg/records.h"
 #include "ruvex/mapping/columns.h"
 #include "ruvex/mapping/point_reader.h"
+#include "sources.h"
+#include "tally.h"
 
 namespace ruvex {
-
-// What was replaced in a sheet: how often, and the first of it.
-struct replacements {
-  std::size_t count = 0;
-  text_place place = {};  // of the cell
-  mapping_field field = {};
-  const char* what = nullptr;  // for people: "a comma"
-};
 
 class strict_form {
  public:
@@ -48,7 +41,7 @@ class strict_form {
                    std::string& lines);
 
   // What was replaced in the lines so far.
-  const replacements& replaced() const noexcept { return replaced_; }
+  const tally& replaced() const noexcept { return replaced_; }
 
  private:
   using field_texts = std::array<std::string, max_mapping_fields>;
@@ -61,7 +54,7 @@ class strict_form {
                       refusals& refused) const;
 
   const std::optional<std::string_view> replacement_;
-  replacements replaced_;
+  tally replaced_;
   std::size_t decimal_comma_line_ = 0;  // 0: none
   const chn_cfg defaults_ = csv_defaults();
 };

@@ -7,8 +7,8 @@
 #include "input.h"
 #include "output.h"
 #include "refusals.h"
-#include "ruvex/mapping/columns.h"
 #include "sheet.h"
+#include "sources.h"
 #include "text/encoding.h"
 #include "text/texts.h"
 #include "unwritable.h"
@@ -86,12 +86,8 @@ std::optional<std::string> read_text(const char* path, text_encoding encoding) {
 }
 
 int complain_of_field(std::string_view name) {
-  std::string names;
-  for (const mapping_column& column : mapping_columns) {
-    append(names, names.empty() ? "" : ", "), append(names, column.name);
-  }
-  return complain_of_use(tidy_command,
-                         message("no field has the name '", name, "'; there are ", names));
+  return complain_of_use(
+      tidy_command, message("no field has the name '", name, "'; there are ", all_source_names()));
 }
 
 int run_tidy(int argc, char** argv) {
