@@ -150,6 +150,10 @@ const rule_case rule_cases[] = {
     {"not-utf-8", point(), point({{9, "20 ^\xB0" "C"}})},
     {"not-utf-8", point(), point({{9, "^\xED\xA0\x80"}})},
     {"non-ascii", point({{0, "\xC2\xB0"}}), point({{9, "20 ^\xC2\xB0" "C"}})},
+    {"workbook", "PK" + point(), "^PK\3\4"},
+    {"compressed", "\x1F" + point(), "^\x1F\x8B\x08"},
+    {"other-xml", "<yax_cfg/>", "^\n<units/>"},
+    {"empty-file", "\n", "^"},
     // clang-format on
 };
 

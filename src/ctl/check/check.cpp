@@ -3,16 +3,18 @@
 #include <algorithm>
 #include <climits>
 #include <cstdio>
-#include <cstring>
+#include <optional>
 
 #include "command.h"
 #include "input.h"
 #include "mapping_check.h"
 #include "report/examine_lines.h"
+#include "report/file_findings.h"
 #include "report/findings.h"
 #include "ruvex/mapping/heap.h"
 #include "ruvex/mapping/line_reader.h"
 #include "ruvex/mapping/rules.h"
+#include "text/file_kind.h"
 #include "text/texts.h"
 
 namespace ruvex {
@@ -58,19 +60,27 @@ constexpr option_row<finding_settings> check_options[] = {
      [](finding_settings& settings, std::string_view) { return settings.is_quiet = true; }},
 };
 
-// False when the file cannot be read to its end.
-bool check_file(const char* path, finding_report& report, std::int64_t& points) {
-  const input_file file(path);
-  if (!file.is_open()) return false;
+std::int64_t check_mapping(const char* path, std::string_view content, finding_report& report) {
   prepare_heap(path);
   mapping_check check;
-  line_reader lines(file.descriptor(), max_mapping_line);
+  line_splitter lines(content, max_mapping_line);
   examine_lines(
       path, lines, report, check.findings(),
       [&check](line_result got, std::string_view text) { return check.check_line(got, text); });
-  points += check.points();
-  if (lines.error() != 0) complain("%s: %s", path, std::strerror(lines.error()));
-  return lines.error() == 0;
+  return check.points();
+}
+
+// False when the file cannot be read to its end.
+bool check_file(const char* path, finding_report& report, std::int64_t& points) {
+  const std::optional<std::string> content = read_content(path);
+  if (!content) return false;
+  const file_kind kind = kind_of(*content);
+  if (const std::optional<finding> what = file_finding(kind, *content)) {
+    report.add(path, *what);
+  } else {
+    points += check_mapping(path, *content, report);
+  }
+  return true;
 }
 
 std::string counted(std::uint64_t count, std::string_view what) {

@@ -54,6 +54,10 @@ constexpr std::array<rule_row, rule_count> rows = {{
     {rule::xml_character,        error,   "xml-character",         "a character that breaks the XML"},
     {rule::not_utf_8,            error,   "not-utf-8",             "bytes that are no UTF-8 text break the XML"},
     {rule::non_ascii,            warning, "non-ascii",             "characters beyond ASCII; the controller sees their bytes"},
+    {rule::workbook,             error,   "workbook",              "the file is a workbook, not text"},
+    {rule::compressed,           error,   "compressed",            "the file is compressed"},
+    {rule::other_xml,            error,   "other-xml",             "the file is XML, but no configuration"},
+    {rule::empty_file,           warning, "empty-file",            "the file is empty"},
 }};
 // clang-format on
 

@@ -61,8 +61,12 @@ enum class rule : std::uint8_t {
   xml_character,
   not_utf_8,
   non_ascii,
+  workbook,
+  compressed,
+  other_xml,
+  empty_file,
 };
-inline constexpr std::size_t rule_count = static_cast<std::size_t>(rule::non_ascii) + 1;
+inline constexpr std::size_t rule_count = static_cast<std::size_t>(rule::empty_file) + 1;
 
 struct rule_row {
   rule id;
