@@ -70,6 +70,10 @@ const std::string quoted = point({{2, "\"Po;nt\""}});
 const std::string until_field_13 =
     "p,0,Point,1,40001,16 Bit Signed Integer,ANALOG_INPUT,1,NO_UNITS,No words,0,0,100,0";
 
+std::string unit_element(const std::string& address) {
+  return "<unit_cfg type='MODBUS' address='" + address + "' poll_delay='0'/>";
+}
+
 struct rule_case {
   std::string rule;
   std::string good;
@@ -154,6 +158,10 @@ const rule_case rule_cases[] = {
     {"compressed", "\x1F" + point(), "^\x1F\x8B\x08"},
     {"other-xml", "<yax_cfg/>", "^\n<units/>"},
     {"empty-file", "\n", "^"},
+    {"xml", "<yax_cfg/>", "^<yax_cfg>"},
+    {"xml-value", "<yax_cfg><parity>ODD</parity></yax_cfg>", "<yax_cfg>^<parity>odd</parity></yax_cfg>"},
+    {"xml-ignored", "<yax_cfg>\n</yax_cfg>", "<yax_cfg>^text</yax_cfg>"},
+    {"repeated-unit", unit_element("1") + unit_element("2"), unit_element("1") + "^" + unit_element("1")},
     // clang-format on
 };
 

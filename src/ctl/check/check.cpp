@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "command.h"
+#include "document_check.h"
 #include "input.h"
 #include "mapping_check.h"
 #include "report/examine_lines.h"
@@ -70,15 +71,29 @@ std::int64_t check_mapping(const char* path, std::string_view content, finding_r
   return check.points();
 }
 
-// False when the file cannot be read to its end.
+std::int64_t check_document(const char* path, std::string_view content, file_kind kind,
+                            finding_report& report) {
+  document_check check(content, kind);
+  while (!report.is_full() && check.next()) {
+    for (const finding& finding : check.findings()) report.add(path, finding);
+  }
+  report.flush();
+  return check.points();
+}
+
+// False, after a complaint, when the file cannot be read.
 bool check_file(const char* path, finding_report& report, std::int64_t& points) {
   const std::optional<std::string> content = read_content(path);
   if (!content) return false;
   const file_kind kind = kind_of(*content);
   if (const std::optional<finding> what = file_finding(kind, *content)) {
     report.add(path, *what);
-  } else {
+  } else if (kind == file_kind::mapping) {
     points += check_mapping(path, *content, report);
+  } else if (is_readable_xml(path, *content)) {
+    points += check_document(path, *content, kind, report);
+  } else {
+    return false;
   }
   return true;
 }

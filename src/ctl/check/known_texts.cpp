@@ -1,6 +1,5 @@
 #include "known_texts.h"
 
-#include "ruvex/cfg/tables.h"
 #include "ruvex/mapping/rules.h"
 #include "text/nearest.h"
 
@@ -38,13 +37,16 @@ known_texts& known_data_types() {
 }
 
 known_texts& known_object_types() {
-  static known_texts known(texts_of(chk_bac_type));
-  return known;
+  return known_of(chk_bac_type);
 }
 
 known_texts& known_units() {
-  static known_texts known(texts_of(chk_bac_units));
-  return known;
+  return known_of(chk_bac_units);
+}
+
+known_texts& known_of(const chk_row* table) {
+  static std::unordered_map<const chk_row*, known_texts> all;
+  return all.try_emplace(table, texts_of(table)).first->second;
 }
 
 }  // namespace ruvex

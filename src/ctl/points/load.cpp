@@ -1,7 +1,6 @@
 #include "load.h"
 
 #include <cstdint>
-#include <limits>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -24,15 +23,6 @@
 namespace ruvex {
 namespace {
 
-// The length of XML for its reader; nothing, after a complaint, where it is too long for it.
-std::optional<std::int32_t> xml_length(const char* path, std::string_view xml) {
-  if (xml.size() <= static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max())) {
-    return static_cast<std::int32_t>(xml.size());
-  }
-  complain("%s: larger than 2 GB", path);
-  return std::nullopt;
-}
-
 yax_cfg_ptr refuse_xml(const char* path, const xml_read_report& report) {
   const auto line = static_cast<std::size_t>(report.line);
   print_message({path, line, line, 0, "error", report.reason.view()});
@@ -49,11 +39,11 @@ bool is_misc(std::string_view rest) {
 }
 
 yax_cfg_ptr load_document(const char* path, std::string_view xml) {
-  const std::optional<std::int32_t> length = xml_length(path, xml);
-  if (!length) return nullptr;
+  if (!is_readable_xml(path, xml)) return nullptr;
+  const auto length = static_cast<std::int32_t>(xml.size());
   xml_read_report report = {.prints = false};
   std::int32_t end = 0;
-  yax_cfg_ptr doc(parse_xml_cfg(xml.data(), *length, &end, &report));
+  yax_cfg_ptr doc(parse_xml_cfg(xml.data(), length, &end, &report));
   if (doc == nullptr) return refuse_xml(path, report);
   if (is_misc(xml.substr(static_cast<std::size_t>(end)))) return doc;
   complain("%s: goes on behind its </yax_cfg>", path);
@@ -67,13 +57,14 @@ yax_cfg_ptr make_empty_document() {
 }
 
 yax_cfg_ptr load_unit_file(const char* path, std::string_view xml) {
-  const std::optional<std::int32_t> length = xml_length(path, xml);
-  if (!length) return nullptr;
+  if (!is_readable_xml(path, xml)) return nullptr;
+  const auto length = static_cast<std::int32_t>(xml.size());
   xml_read_report report = {.prints = false};
-  auto units = parse_xml_unit_cfg(xml.data(), *length, &report);
+  auto units = parse_xml_unit_cfg(xml.data(), length, &report);
   if (!units) return refuse_xml(path, report);
   yax_cfg_ptr doc = make_empty_document();
   doc->unit_list = units->release();
+  for (const unit_cfg* unit = doc->unit_list; unit != nullptr; unit = unit->next) ++doc->unit_count;
   return doc;
 }
 

@@ -58,6 +58,10 @@ constexpr std::array<rule_row, rule_count> rows = {{
     {rule::compressed,           error,   "compressed",            "the file is compressed"},
     {rule::other_xml,            error,   "other-xml",             "the file is XML, but no configuration"},
     {rule::empty_file,           warning, "empty-file",            "the file is empty"},
+    {rule::xml,                  error,   "xml",                   "XML that is not readable as a configuration"},
+    {rule::xml_value,            error,   "xml-value",             "a setting without a value that it may have"},
+    {rule::xml_ignored,          warning, "xml-ignored",           "the reader of the XML ignores it"},
+    {rule::repeated_unit,        warning, "repeated-unit",         "two units with the same address"},
 }};
 // clang-format on
 

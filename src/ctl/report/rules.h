@@ -65,8 +65,12 @@ enum class rule : std::uint8_t {
   compressed,
   other_xml,
   empty_file,
+  xml,
+  xml_value,
+  xml_ignored,
+  repeated_unit,
 };
-inline constexpr std::size_t rule_count = static_cast<std::size_t>(rule::empty_file) + 1;
+inline constexpr std::size_t rule_count = static_cast<std::size_t>(rule::repeated_unit) + 1;
 
 struct rule_row {
   rule id;
