@@ -47,9 +47,8 @@ verdict check(const memory_file& csv, std::size_t size) {
   line_reader lines(descriptor, max_mapping_line);
   std::string_view text;
   line_result got;
-  bool goes_on = true;
-  while (goes_on && (got = lines.next(text)) != line_result::end) {
-    goes_on = check.check_line(got, text);
+  while ((got = lines.next(text)) != line_result::end) {
+    check.check_line(got, text);
     const std::size_t length = got == line_result::too_long ? size : text.size();
     if (got == line_result::too_long) lines.skip_line();
     add(found, check.findings(), length);
@@ -58,7 +57,7 @@ verdict check(const memory_file& csv, std::size_t size) {
   check.finish();
   add(found, check.findings(), size);
   found.points = check.points();
-  found.refused_line = goes_on ? check.refused_line() : 1;
+  found.refused_line = check.refused_line();
   return found;
 }
 

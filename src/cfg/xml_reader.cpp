@@ -209,6 +209,10 @@ void store_content(SimpleXmlParser* parser, reader_state& state, std::string_vie
   }
 }
 
+void reset(xml_read_report* report) noexcept {
+  if (report != nullptr) *report = {.prints = report->prints};
+}
+
 void tell(xml_read_report* report, std::string_view reason, std::int32_t line, int error) noexcept {
   if (report == nullptr) return;
   static_cast<void>(report->reason.assign(reason));  // none is longer
@@ -226,8 +230,10 @@ void refuse(SimpleXmlParser* parser, const reader_state& state, xml_read_report*
   }
   const std::string_view shown(reason, ::strnlen(reason, sizeof yax_xml_parse_error - 1));
   const std::int32_t line = simpleXmlGetLineNumber(parser);
-  std::fprintf(stderr, "XML PARSE ERROR \"%.*s\" on line %d\r\n", static_cast<int>(shown.size()),
-               shown.data(), line);
+  if (report == nullptr || report->prints) {
+    std::fprintf(stderr, "XML PARSE ERROR \"%.*s\" on line %d\r\n", static_cast<int>(shown.size()),
+                 shown.data(), line);
+  }
   tell(report, shown, line, parser->error == SIMPLE_XML_OUT_OF_MEMORY ? ENOMEM : state.error);
 }
 
@@ -235,7 +241,7 @@ void refuse(SimpleXmlParser* parser, const reader_state& state, xml_read_report*
 // which has been told.
 yax_cfg_ptr parse(const document_form& form, const char* bytes, std::int32_t length,
                   std::int32_t* end, xml_read_report* report) noexcept {
-  if (report != nullptr) *report = {};
+  reset(report);
   if (bytes == nullptr || length < 1) {
     tell(report, "the document is empty", 0, 0);
     return nullptr;
@@ -260,7 +266,7 @@ yax_cfg_ptr parse(const document_form& form, const char* bytes, std::int32_t len
 
 // False, which has been told, when the file cannot be read.
 bool is_read(const file_content& content, xml_read_report* report) noexcept {
-  if (report != nullptr) *report = {};
+  reset(report);
   if (content.failure == nullptr) return true;
   tell(report, content.failure, 0, content.error);
   return false;
@@ -307,7 +313,7 @@ yax_cfg* read_xml_cfg(const char* path, xml_read_report* report) noexcept {
 std::optional<unit_list_ptr> parse_xml_unit_cfg(const char* units, std::int32_t length,
                                                 xml_read_report* report) noexcept {
   if (length == 0) {
-    if (report != nullptr) *report = {};
+    reset(report);
     return unit_list_ptr();
   }
   const yax_cfg_ptr owner = parse(unit_file, units, length, nullptr, report);

@@ -5,7 +5,9 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
+#include <limits>
 
 #include "command.h"
 
@@ -61,6 +63,13 @@ std::optional<std::string> read_content(const char* path) {
       return std::nullopt;
     }
   }
+}
+
+bool is_readable_xml(const char* path, std::string_view xml) noexcept {
+  constexpr std::size_t most = std::numeric_limits<std::int32_t>::max();
+  if (xml.size() <= most) return true;
+  complain("%s: larger than 2 GB", path);
+  return false;
 }
 
 }  // namespace ruvex

@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace ruvex {
 
@@ -26,5 +27,8 @@ class input_file {
 // The whole content of `path` ("-": standard input). Nothing, after a complaint, when it cannot be
 // read to its end. The string has room for a few bytes more.
 std::optional<std::string> read_content(const char* path);
+
+// Whether XML is short enough for its parser, which counts in 32 bits; false after a complaint.
+bool is_readable_xml(const char* path, std::string_view xml) noexcept;
 
 }  // namespace ruvex

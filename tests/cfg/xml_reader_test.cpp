@@ -35,6 +35,10 @@ std::string result_of(Read read) {
   EXPECT_EQ(doc != nullptr, reason.empty());
   EXPECT_EQ(failure, report.line == 0 ? "null " : refused(reason, report.line));
   if (report.line == 0) failure += reason + " " + std::to_string(report.error);
+  report.prints = false;
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(yax_cfg_ptr(read(&report)) != nullptr, doc != nullptr);
+  EXPECT_TRUE(testing::internal::GetCapturedStderr().empty() && report.reason.view() == reason);
   return (doc ? changes_text(*doc) : failure) + (report.is_other_root ? "other root" : "");
 }
 std::string read_file(const char* path) {

@@ -77,6 +77,10 @@ const std::string until_field_13 =
 const std::string without_instance =
     "p,0,Point,1,40001,16 Bit Signed Integer,ANALOG_INPUT,^NO_UNITS,No words,0,0,0,0,0,0,0\n";
 
+std::string unit_element(const std::string& address) {
+  return "<unit_cfg type='MODBUS' address='" + address + "' poll_delay='0'/>";
+}
+
 struct rule_case {
   std::string rule;
   std::string good;
@@ -182,6 +186,14 @@ const rule_case rule_cases[] = {
     {"not-utf-8", point(), point({{9, "20 ^\xB0" "C"}})},
     {"not-utf-8", point(), point({{9, "^\xED\xA0\x80"}}) + other({{2, "\xB0"}})},
     {"non-ascii", point({{0, "\xC2\xB0"}}), point({{9, "20 ^\xC2\xB0" "C"}})},
+    {"workbook", "PK" + point(), "^PK\3\4"},
+    {"compressed", "\x1F" + point(), "^\x1F\x8B\x08"},
+    {"other-xml", "<yax_cfg/>", "^\n<units/>"},
+    {"empty-file", "\n", "^"},
+    {"xml", "<yax_cfg/>", "^<yax_cfg>"},
+    {"xml-value", "<yax_cfg><parity>ODD</parity></yax_cfg>", "<yax_cfg>^<parity>odd</parity></yax_cfg>"},
+    {"xml-ignored", "<yax_cfg>\n</yax_cfg>", "<yax_cfg>^text</yax_cfg>"},
+    {"repeated-unit", unit_element("1") + unit_element("2"), unit_element("1") + "^" + unit_element("1")},
     // clang-format on
 };
 

@@ -22,14 +22,16 @@ namespace ruvex {
 // refuses the structure of a document. Empty at program start; the reader does not write into it.
 extern char yax_xml_parse_error[128];
 
-// How a read ended. A reader that is given one sets all of it, whatever the result.
+// How a read ended. A reader that is given one sets all of it except `prints`, whatever the result.
 struct xml_read_report {
-  text<128> reason;       // why the read failed; empty when it did not
+  text<128> reason = {};  // why the read failed; empty when it did not
   std::int32_t line = 0;  // the line, from 1, on which reading stopped; 0 when none was read
   int error = 0;          // the errno of the reason; 0 when it is not one of the system's
   // The element where yax_cfg was wanted, or unit_cfg in a unit file, has another name. A document
   // with an unknown element there is read all the same and has nothing but defaults.
   bool is_other_root = false;
+  // Set by the caller: whether the reader prints its line about a failure, too.
+  bool prints = true;
 };
 
 // Reads the document file `path` into a new document, which the caller owns (yax_cfg_ptr). The

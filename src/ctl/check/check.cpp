@@ -3,17 +3,20 @@
 #include <algorithm>
 #include <climits>
 #include <cstdio>
-#include <cstring>
+#include <optional>
 
 #include "command.h"
+#include "document_check.h"
 #include "input.h"
 #include "mapping_check.h"
 #include "report/examine_lines.h"
+#include "report/file_findings.h"
 #include "report/findings.h"
 #include "ruvex/mapping/heap.h"
 #include "ruvex/mapping/line_reader.h"
 #include "ruvex/mapping/rules.h"
 #include "text/characters.h"
+#include "text/file_kind.h"
 #include "text/texts.h"
 
 namespace ruvex {
@@ -71,38 +74,58 @@ constexpr option_row<check_settings> check_options[] = {
 struct sums {
   std::size_t files = 0;  // read to their end, or to where the run stopped
   std::int64_t points = 0;
-  const char* refused_path = nullptr;  // the first file with a line that ruvex refuses
+  std::size_t mappings = 0;
+  const char* refused_path = nullptr;  // the first mapping with a line that ruvex refuses
   std::int64_t refused_line = 0;
 };
 
 void add_to(sums& sums, const char* path, const mapping_check& check) {
-  ++sums.files;
+  ++sums.mappings;
   sums.points += check.points();
   if (check.refused_line() == 0 || sums.refused_path != nullptr) return;
   sums.refused_path = path;
   sums.refused_line = check.refused_line();
 }
 
-// False when the file cannot be read to its end.
-bool check_file(const char* path, finding_report& report, sums& sums) {
-  const input_file file(path);
-  if (!file.is_open()) return false;
+void check_mapping(const char* path, std::string_view content, finding_report& report, sums& sums) {
   prepare_heap(path);
   mapping_check check;
-  line_reader lines(file.descriptor(), max_mapping_line);
-  examine_lines(
-      path, lines, report, check.findings(),
-      [&check](line_result got, std::string_view text) { return check.check_line(got, text); });
+  line_splitter lines(content, max_mapping_line);
+  examine_lines(path, lines, report, check.findings(),
+                [&check](line_result got, std::string_view text) { check.check_line(got, text); });
   if (!report.is_full()) {
     check.finish();
     for (const finding& finding : check.findings()) report.add(path, finding);
     report.flush();
   }
-  if (lines.error() != 0) {
-    complain("%s: %s", path, std::strerror(lines.error()));
+  add_to(sums, path, check);
+}
+
+void check_document(const char* path, std::string_view content, file_kind kind,
+                    finding_report& report, sums& sums) {
+  document_check check(content, kind);
+  while (!report.is_full() && check.next()) {
+    for (const finding& finding : check.findings()) report.add(path, finding);
+  }
+  report.flush();
+  sums.points += check.points();
+}
+
+// False, after a complaint, when the file cannot be read.
+bool check_file(const char* path, finding_report& report, sums& sums) {
+  const std::optional<std::string> content = read_content(path);
+  if (!content) return false;
+  const file_kind kind = kind_of(*content);
+  if (const std::optional<finding> what = file_finding(kind, *content)) {
+    report.add(path, *what);
+  } else if (kind == file_kind::mapping) {
+    check_mapping(path, *content, report, sums);
+  } else if (is_readable_xml(path, *content)) {
+    check_document(path, *content, kind, report, sums);
+  } else {
     return false;
   }
-  add_to(sums, path, check);
+  ++sums.files;
   return true;
 }
 
@@ -110,13 +133,14 @@ std::string counted(std::uint64_t count, std::string_view what) {
   return message(count, " ", what, count == 1 ? "" : "s");
 }
 
-// What ruvex would do with the files, where enough has been read to tell.
+// What ruvex would do with the mappings, where enough has been read to tell.
 std::string verdict(const finding_report& report, const sums& sums, bool are_several) {
   if (sums.refused_path != nullptr) {
     const std::string line = message("; ruvex would stop at line ", sums.refused_line);
     return are_several ? message(line, " of ", sums.refused_path) : line;
   }
   if (report.is_full()) return "; stopped there";
+  if (sums.mappings != sums.files) return {};
   return are_several ? "; ruvex would take each file" : "; ruvex would take the file";
 }
 

@@ -7,7 +7,7 @@
 
 namespace ruvex {
 
-enum class text_kind { data_type, object_type, units };
+enum class text_kind { data_type, object_type, units, other };
 
 // What is to be written in the place of a text.
 struct suggestion {

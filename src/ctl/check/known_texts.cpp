@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "meaning.h"
-#include "ruvex/cfg/tables.h"
 #include "ruvex/mapping/rules.h"
 #include "text/nearest.h"
 
@@ -25,6 +24,11 @@ std::vector<std::string_view> data_types() {
     texts.push_back(row->data_type);
   }
   return texts;
+}
+
+text_kind kind_of(const chk_row* table) noexcept {
+  if (table == chk_bac_type) return text_kind::object_type;
+  return table == chk_bac_units ? text_kind::units : text_kind::other;
 }
 
 }  // namespace
@@ -74,13 +78,16 @@ known_texts& known_data_types() {
 }
 
 known_texts& known_object_types() {
-  static known_texts known(text_kind::object_type, texts_of(chk_bac_type));
-  return known;
+  return known_of(chk_bac_type);
 }
 
 known_texts& known_units() {
-  static known_texts known(text_kind::units, texts_of(chk_bac_units));
-  return known;
+  return known_of(chk_bac_units);
+}
+
+known_texts& known_of(const chk_row* table) {
+  static std::unordered_map<const chk_row*, known_texts> all;
+  return all.try_emplace(table, kind_of(table), texts_of(table)).first->second;
 }
 
 }  // namespace ruvex

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "foreign_texts.h"
+#include "ruvex/cfg/tables.h"
 
 namespace ruvex {
 
@@ -17,6 +18,7 @@ class known_texts {
   known_texts(text_kind kind, std::vector<std::string_view> texts);
 
   bool has(std::string_view text) const { return set_.count(text) != 0; }
+  const std::vector<std::string_view>& texts() const noexcept { return texts_; }
 
   // What a text that is none of them is most likely meant to be, where the value stays what it is:
   // what lists are known to call it, or the nearest text that means the same. Of a value of two
@@ -38,5 +40,8 @@ class known_texts {
 known_texts& known_data_types();    // modbus_type
 known_texts& known_object_types();  // chk_bac_type
 known_texts& known_units();         // chk_bac_units
+
+// The texts of an enumeration table.
+known_texts& known_of(const chk_row* table);
 
 }  // namespace ruvex

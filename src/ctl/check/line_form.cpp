@@ -190,21 +190,10 @@ std::size_t line_forms::check(line_findings& findings, const mapping_line& field
   return sound;
 }
 
-bool check_start(line_findings& findings) {
-  const std::string_view line = findings.text();
-  const bool is_marked = line.starts_with("\xFF\xFE") || line.starts_with("\xFE\xFF");
-  if (is_marked && line.find('\0') != std::string_view::npos) {
-    findings.add(
-        rule::utf_16, 1,
-        "the file is UTF-16 text, of which ruvex can read nothing; save it as CSV UTF-8, or "
-        "use ruvexctl tidy");
-    return true;
-  }
-  if (line.starts_with(utf_8_mark)) {
-    findings.add(rule::byte_order_mark, 1,
-                 "the file begins with a byte-order mark, which becomes part of the first field");
-  }
-  return false;
+void check_start(line_findings& findings) {
+  if (!findings.text().starts_with(utf_8_mark)) return;
+  findings.add(rule::byte_order_mark, 1,
+               "the file begins with a byte-order mark, which becomes part of the first field");
 }
 
 }  // namespace ruvex

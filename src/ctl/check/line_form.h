@@ -27,8 +27,7 @@ class line_forms {
   bool is_inside_cell_ = false;  // an earlier line has begun a cell that it did not close
 };
 
-// Reports the byte-order mark, and tells whether the file is UTF-16 text; `start` is its first
-// line.
-bool check_start(line_findings& findings);
+// Reports the byte-order mark of a file, whose first line this is.
+void check_start(line_findings& findings);
 
 }  // namespace ruvex

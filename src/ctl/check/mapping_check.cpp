@@ -22,26 +22,21 @@ yax_cfg_ptr make_doc() noexcept {
 mapping_check::mapping_check() noexcept
     : doc_(make_doc()), units_(doc_->unit_list), reader_(units_) {}
 
-bool mapping_check::check_line(line_result got, std::string_view text) {
+void mapping_check::check_line(line_result got, std::string_view text) {
   list_.clear();
   line_findings findings(++line_number_, text, list_);
-  const bool is_first = line_number_ == 1 && got != line_result::too_long;
-  if (is_first && check_start(findings)) return false;
-  if (add_refused_line(findings, got)) {
-    note_refused();
-    return true;
-  }
+  if (line_number_ == 1 && got != line_result::too_long) check_start(findings);
+  if (add_refused_line(findings, got)) return note_refused();
   check_read_line(findings);
-  file_findings_.take_from(list_);
+  causes_.take_from(list_);
   std::stable_sort(list_.begin(), list_.end(),
                    [](const finding& a, const finding& b) { return a.column < b.column; });
-  return true;
 }
 
 void mapping_check::finish() {
   list_.clear();
   repeats_.finish(list_);
-  file_findings_.finish(list_);
+  causes_.finish(list_);
   std::stable_sort(list_.begin(), list_.end(), [](const finding& a, const finding& b) {
     return std::pair(a.line, a.column) < std::pair(b.line, b.column);
   });

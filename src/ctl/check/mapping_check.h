@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "file_findings.h"
+#include "file_causes.h"
 #include "line_form.h"
 #include "repeats.h"
 #include "report/findings.h"
@@ -24,9 +24,8 @@ class mapping_check {
   mapping_check(const mapping_check&) = delete;
   mapping_check& operator=(const mapping_check&) = delete;
 
-  // Examines the next line, as the line reader gave it. False behind a line that makes the rest of
-  // the file meaningless.
-  bool check_line(line_result got, std::string_view text);
+  // Examines the next line, as the line reader gave it.
+  void check_line(line_result got, std::string_view text);
 
   // Ends the examination of a file that has been read to its end.
   void finish();
@@ -49,7 +48,7 @@ class mapping_check {
   point_reader reader_;
   line_forms forms_;
   repeats repeats_;
-  file_findings file_findings_;
+  file_causes causes_;
   std::vector<finding> list_;
   std::int64_t line_number_ = 0;
   std::int64_t points_ = 0;

@@ -4,7 +4,7 @@
 #include <string>
 #include <utility>
 
-#include "file_findings.h"
+#include "file_causes.h"
 #include "ruvex/cfg/tables.h"
 #include "ruvex/mapping/register_place.h"
 #include "text/texts.h"

@@ -1,7 +1,6 @@
 #include "load.h"
 
 #include <cstdint>
-#include <limits>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -9,7 +8,9 @@
 #include "command.h"
 #include "input.h"
 #include "report/examine_lines.h"
+#include "report/file_findings.h"
 #include "report/findings.h"
+#include "report/place_message.h"
 #include "report/refusal_findings.h"
 #include "ruvex/cfg/xml_reader.h"
 #include "ruvex/mapping/heap.h"
@@ -17,65 +18,59 @@
 #include "ruvex/mapping/point_reader.h"
 #include "ruvex/mapping/rules.h"
 #include "ruvex/mapping/unit_index.h"
-#include "text/characters.h"
+#include "text/file_kind.h"
 
 namespace ruvex {
 namespace {
 
-// What makes a unit file the document that the reader takes.
-constexpr std::string_view root_start = "<yax_cfg>";
-constexpr std::string_view root_end = "</yax_cfg>";
-
-std::string_view from(std::string_view text, std::size_t at) noexcept {
-  text.remove_prefix(at < text.size() ? at : text.size());
-  return text;
-}
-
-std::string_view behind_mark(std::string_view text) noexcept {
-  return text.starts_with(utf_8_mark) ? from(text, utf_8_mark.size()) : text;
-}
-
-// The text behind its white space, comments and processing instructions.
-std::string_view behind_misc(std::string_view text) noexcept {
-  constexpr struct { std::string_view start, end; } skipped[] = {{"<!--", "-->"}, {"<?", "?>"}};
-  while (true) {
-    text = from(text, text.find_first_not_of(" \t\r\n"));
-    std::size_t end = std::string_view::npos;
-    for (const auto& markup : skipped) {
-      if (!text.starts_with(markup.start)) continue;
-      end = text.find(markup.end, markup.start.size());
-      if (end != std::string_view::npos) end += markup.end.size();
-    }
-    if (end == std::string_view::npos) return text;
-    text = from(text, end);
-  }
-}
-
-bool is_xml(std::string_view text) noexcept {
-  return from(text, text.find_first_not_of(" \t\r\n")).starts_with('<');
-}
-
-bool is_unit_file(std::string_view text) noexcept {
-  constexpr std::string_view unit_start = "<unit_cfg";
-  const std::string_view element = behind_misc(text);
-  return element.starts_with(unit_start) && element.size() > unit_start.size() &&
-         std::string_view(" \t\r\n/>").find(element[unit_start.size()]) != std::string_view::npos;
-}
-
-yax_cfg_ptr parse(const char* path, std::string_view document, bool is_whole) {
-  if (document.size() > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max())) {
-    complain("%s: larger than 2 GB", path);
-    return nullptr;
-  }
-  std::int32_t end = 0;
-  yax_cfg_ptr doc(parse_xml_cfg(document.data(), static_cast<std::int32_t>(document.size()), &end));
-  if (doc != nullptr) {
-    const std::string_view rest = from(document, static_cast<std::size_t>(end));
-    if ((is_whole ? behind_misc(rest) : rest).empty()) return doc;
-    complain("%s: goes on behind its </yax_cfg>", path);
-  }
-  complain("%s: not readable as a configuration", path);
+yax_cfg_ptr refuse_xml(const char* path, const xml_read_report& report) {
+  const auto line = static_cast<std::size_t>(report.line);
+  print_message({path, line, line, 0, "error", report.reason.view()});
   return nullptr;
+}
+
+// Whether nothing but white space, comments and the like stands in `rest`.
+bool is_misc(std::string_view rest) {
+  if (rest.empty()) return true;
+  xml_read_report report = {.prints = false};
+  const auto units =
+      parse_xml_unit_cfg(rest.data(), static_cast<std::int32_t>(rest.size()), &report);
+  return units && *units == nullptr;
+}
+
+yax_cfg_ptr load_document(const char* path, std::string_view xml) {
+  if (!is_readable_xml(path, xml)) return nullptr;
+  const auto length = static_cast<std::int32_t>(xml.size());
+  xml_read_report report = {.prints = false};
+  std::int32_t end = 0;
+  yax_cfg_ptr doc(parse_xml_cfg(xml.data(), length, &end, &report));
+  if (doc == nullptr) return refuse_xml(path, report);
+  if (is_misc(xml.substr(static_cast<std::size_t>(end)))) return doc;
+  complain("%s: goes on behind its </yax_cfg>", path);
+  return nullptr;
+}
+
+yax_cfg_ptr make_empty_document() {
+  yax_cfg_ptr doc(make_record<yax_cfg>().release());
+  if (doc == nullptr) end_without_memory();
+  return doc;
+}
+
+yax_cfg_ptr load_unit_file(const char* path, std::string_view xml) {
+  if (!is_readable_xml(path, xml)) return nullptr;
+  const auto length = static_cast<std::int32_t>(xml.size());
+  xml_read_report report = {.prints = false};
+  auto units = parse_xml_unit_cfg(xml.data(), length, &report);
+  if (!units) return refuse_xml(path, report);
+  yax_cfg_ptr doc = make_empty_document();
+  doc->unit_list = units->release();
+  for (const unit_cfg* unit = doc->unit_list; unit != nullptr; unit = unit->next) ++doc->unit_count;
+  return doc;
+}
+
+void refuse_file(const char* path, const finding& what) {
+  const finding_settings settings;
+  finding_report(settings).add(path, what);
 }
 
 // Reads the lines as the converter does and reports those that it refuses; false when there are
@@ -92,11 +87,10 @@ bool read_lines(const char* path, std::string_view content, unit_cfg*& list) {
   const auto examine = [&](line_result got, std::string_view text) {
     findings.clear();
     line_findings found(++number, text, findings);
-    if (add_refused_line(found, got)) return true;
+    if (add_refused_line(found, got)) return;
     const mapping_line line = split_mapping_line(text);
     refusals.begin(found, line);
     reader.read(line, refusals);
-    return true;
   };
   line_splitter lines(content, max_mapping_line);
   examine_lines(path, lines, report, findings, examine);
@@ -107,8 +101,7 @@ bool read_lines(const char* path, std::string_view content, unit_cfg*& list) {
 // message for every line that ruvex refuses.
 yax_cfg_ptr load_mapping(const char* path, std::string_view content) {
   prepare_heap(path);
-  yax_cfg_ptr doc(make_record<yax_cfg>().release());
-  if (doc == nullptr) end_without_memory();
+  yax_cfg_ptr doc = make_empty_document();
   if (!read_lines(path, content, doc->unit_list)) return nullptr;
   return doc;
 }
@@ -116,18 +109,25 @@ yax_cfg_ptr load_mapping(const char* path, std::string_view content) {
 }  // namespace
 
 std::optional<loaded_file> load_file(const char* path) {
-  std::optional<std::string> content = read_content(path);
+  const std::optional<std::string> content = read_content(path);
   if (!content) return std::nullopt;
-  const std::string_view given = behind_mark(*content);
-  loaded_file loaded = {nullptr, false};
-  if (!is_xml(given)) {
-    loaded.doc = load_mapping(path, *content);
-  } else if (is_unit_file(given)) {
-    content->insert(0, root_start);
-    content->append(root_end);
-    loaded.doc = parse(path, *content, false);
-  } else {
-    loaded = {parse(path, given, true), true};
+  const std::string_view xml = behind_mark(*content);
+  const file_kind kind = kind_of(*content);
+  loaded_file loaded = {nullptr, kind == file_kind::document};
+  switch (kind) {
+    case file_kind::document:
+      loaded.doc = load_document(path, xml);
+      break;
+    case file_kind::unit_file:
+      loaded.doc = load_unit_file(path, xml);
+      break;
+    case file_kind::mapping:
+    case file_kind::empty:
+      loaded.doc = load_mapping(path, *content);
+      break;
+    default:
+      refuse_file(path, *file_finding(kind, *content));
+      break;
   }
   if (loaded.doc == nullptr) return std::nullopt;
   return loaded;

@@ -12,14 +12,13 @@ struct loaded_file {
   bool is_whole_document;  // false: `doc` has no settings of its own
 };
 
-// Loads a whole document, a unit file or a mapping file; the content tells which. What begins with
-// "<", behind a byte-order mark and white space, is XML: a unit file when its first element is
-// unit_cfg. Anything else is a mapping file and is read as the converter reads it; one without a
-// byte has no points. `path` "-" is standard input.
+// Loads a whole document, a unit file or a mapping file; the content tells which (kind_of). A
+// mapping file is read as the converter reads it. A file without a byte has no points. `path` "-"
+// is standard input.
 //
-// Nothing, after a complaint, when the file cannot be read whole, is no well-formed configuration,
-// or goes on behind the end of its configuration. Nothing either, after a message for each of them,
-// when it holds lines that ruvex refuses.
+// Nothing, after a message, when the file cannot be read whole, is of another kind, is no
+// well-formed configuration, or goes on behind the end of its configuration. Nothing either, after
+// a message for each of them, when it holds lines that ruvex refuses.
 std::optional<loaded_file> load_file(const char* path);
 
 }  // namespace ruvex

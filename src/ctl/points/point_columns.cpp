@@ -30,34 +30,34 @@ void scaling(std::string& out, const point& point) {
   append_scaling(out, point.chn);
 }
 
-constexpr column_kind text = column_kind::setting;
+constexpr column_kind as_text = column_kind::setting;
 constexpr bool yes = true;
 constexpr bool no = false;
 
 // clang-format off
-constexpr column columns[] = {
+constexpr column every_column[] = {
     // title               key                  kind                     register  people programs
-    {"unit",              "unit",              text,                    no,       yes,   yes,   unit},
-    {"reference",         "reference",         text,                    yes,      yes,   yes,   setting<&chn_cfg::reg_num>},
+    {"unit",              "unit",              as_text,                 no,       yes,   yes,   unit},
+    {"reference",         "reference",         as_text,                 yes,      yes,   yes,   setting<&chn_cfg::reg_num>},
     {"table",             "table",             column_kind::worked_out, yes,      yes,   yes,   table},
     {"wire address",      "wire_address",      column_kind::number,     yes,      yes,   yes,   address},
-    {"size",              "size",              text,                    yes,      yes,   yes,   setting<&chn_cfg::reg_size>},
-    {"word order",        "word_order",        text,                    yes,      yes,   yes,   setting<&chn_cfg::reg_endian>},
-    {"format",            "format",            text,                    yes,      yes,   yes,   setting<&chn_cfg::reg_format>},
-    {"channel type",      "channel_type",      text,                    no,       yes,   yes,   setting<&chn_cfg::chn_type>},
-    {"write function",    "write_function",    text,                    yes,      yes,   yes,   setting<&chn_cfg::reg_fcn>},
-    {"mask",              "mask",              text,                    yes,      yes,   yes,   setting<&chn_cfg::reg_mask>},
+    {"size",              "size",              as_text,                 yes,      yes,   yes,   setting<&chn_cfg::reg_size>},
+    {"word order",        "word_order",        as_text,                 yes,      yes,   yes,   setting<&chn_cfg::reg_endian>},
+    {"format",            "format",            as_text,                 yes,      yes,   yes,   setting<&chn_cfg::reg_format>},
+    {"channel type",      "channel_type",      as_text,                 no,       yes,   yes,   setting<&chn_cfg::chn_type>},
+    {"write function",    "write_function",    as_text,                 yes,      yes,   yes,   setting<&chn_cfg::reg_fcn>},
+    {"mask",              "mask",              as_text,                 yes,      yes,   yes,   setting<&chn_cfg::reg_mask>},
     {"scaling",           "scaling",           column_kind::worked_out, no,       yes,   no,    scaling},
-    {"device scale low",  "device_scale_low",  text,                    no,       no,    yes,   setting<&chn_cfg::scl_dev_lo>},
-    {"device scale high", "device_scale_high", text,                    no,       no,    yes,   setting<&chn_cfg::scl_dev_hi>},
-    {"user scale low",    "user_scale_low",    text,                    no,       no,    yes,   setting<&chn_cfg::scl_usr_lo>},
-    {"user scale high",   "user_scale_high",   text,                    no,       no,    yes,   setting<&chn_cfg::scl_usr_hi>},
-    {"object type",       "object_type",       text,                    no,       yes,   yes,   setting<&chn_cfg::bac_type>},
-    {"instance",          "instance",          text,                    no,       yes,   yes,   setting<&chn_cfg::instance>},
-    {"units",             "units",             text,                    no,       yes,   yes,   setting<&chn_cfg::bac_units>},
-    {"COV increment",     "cov_increment",     text,                    no,       yes,   yes,   setting<&chn_cfg::bac_cov_inc>},
-    {"name",              "name",              text,                    no,       yes,   yes,   setting<&chn_cfg::name>},
-    {"description",       "description",       text,                    no,       no,    yes,   setting<&chn_cfg::bac_desc>},
+    {"device scale low",  "device_scale_low",  as_text,                 no,       no,    yes,   setting<&chn_cfg::scl_dev_lo>},
+    {"device scale high", "device_scale_high", as_text,                 no,       no,    yes,   setting<&chn_cfg::scl_dev_hi>},
+    {"user scale low",    "user_scale_low",    as_text,                 no,       no,    yes,   setting<&chn_cfg::scl_usr_lo>},
+    {"user scale high",   "user_scale_high",   as_text,                 no,       no,    yes,   setting<&chn_cfg::scl_usr_hi>},
+    {"object type",       "object_type",       as_text,                 no,       yes,   yes,   setting<&chn_cfg::bac_type>},
+    {"instance",          "instance",          as_text,                 no,       yes,   yes,   setting<&chn_cfg::instance>},
+    {"units",             "units",             as_text,                 no,       yes,   yes,   setting<&chn_cfg::bac_units>},
+    {"COV increment",     "cov_increment",     as_text,                 no,       yes,   yes,   setting<&chn_cfg::bac_cov_inc>},
+    {"name",              "name",              as_text,                 no,       yes,   yes,   setting<&chn_cfg::name>},
+    {"description",       "description",       as_text,                 no,       no,    yes,   setting<&chn_cfg::bac_desc>},
 };
 // clang-format on
 
@@ -83,7 +83,7 @@ bool is_called(const column& column, std::string_view name) noexcept {
 
 point_columns usual_columns(reader reader) {
   point_columns list;
-  for (const column& column : columns) {
+  for (const column& column : every_column) {
     const bool is_usual = reader == reader::people ? column.for_people : column.for_programs;
     if (is_usual) list.push_back(&column);
   }
@@ -99,9 +99,9 @@ point_columns chosen_columns(std::string_view names, std::string& unknown) {
   point_columns list;
   while (true) {
     const std::string_view name = names.substr(0, names.find(','));
-    const column* const found =
-        std::ranges::find_if(columns, [name](const column& row) { return is_called(row, name); });
-    if (found == std::end(columns)) {
+    const column* const found = std::ranges::find_if(
+        every_column, [name](const column& row) { return is_called(row, name); });
+    if (found == std::end(every_column)) {
       unknown = name;
       return {};
     }
@@ -113,7 +113,7 @@ point_columns chosen_columns(std::string_view names, std::string& unknown) {
 
 std::string column_names() {
   std::string names;
-  for (const column& column : columns) {
+  for (const column& column : every_column) {
     if (!names.empty()) names += ", ";
     names += column.key;
   }

@@ -12,8 +12,8 @@
 namespace ruvex {
 
 // Calls examine(result, line) for every line that `lines` gives, a line_reader or a line_splitter,
-// and reports what it leaves in `list`, until it returns false or enough has been found. `path` is
-// how messages call the file.
+// and reports what it leaves in `list`, until enough has been found. `path` is how messages call
+// the file.
 template <class Lines, class Examine>
 void examine_lines(const char* path, Lines& lines, finding_report& report,
                    const std::vector<finding>& list, Examine examine) {
@@ -21,13 +21,13 @@ void examine_lines(const char* path, Lines& lines, finding_report& report,
   std::string_view text;
   line_result got;
   for (std::int64_t number = 1; (got = lines.next(text)) != line_result::end; ++number) {
-    const bool goes_on = examine(got, text);
+    examine(got, text);
     if (got == line_result::too_long) lines.skip_line();
     for (const finding& finding : list) {
       if (report.prints(finding.id)) shown.hide();
       report.add(path, finding);
     }
-    if (!goes_on || report.is_full()) break;
+    if (report.is_full()) break;
     shown.at(number);
   }
   shown.hide();

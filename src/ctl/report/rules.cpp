@@ -68,6 +68,14 @@ constexpr std::array<rule_row, rule_count> rows = {{
     {rule::xml_character,          error,   line, "xml-character",         "a character that breaks the XML"},
     {rule::not_utf_8,              error,   file, "not-utf-8",             "bytes that are no UTF-8 text break the XML"},
     {rule::non_ascii,              warning, file, "non-ascii",             "characters beyond ASCII; the controller sees their bytes"},
+    {rule::workbook,                error,   line, "workbook",              "the file is a workbook, not text"},
+    {rule::compressed,              error,   line, "compressed",            "the file is compressed"},
+    {rule::other_xml,               error,   line, "other-xml",             "the file is XML, but no configuration"},
+    {rule::empty_file,              warning, line, "empty-file",            "the file is empty"},
+    {rule::xml,                     error,   line, "xml",                   "XML that is not readable as a configuration"},
+    {rule::xml_value,               error,   line, "xml-value",             "a setting without a value that it may have"},
+    {rule::xml_ignored,             warning, line, "xml-ignored",           "the reader of the XML ignores it"},
+    {rule::repeated_unit,           warning, line, "repeated-unit",         "two units with the same address"},
 }};
 // clang-format on
 

@@ -71,8 +71,16 @@ enum class rule : std::uint8_t {
   xml_character,
   not_utf_8,
   non_ascii,
+  workbook,
+  compressed,
+  other_xml,
+  empty_file,
+  xml,
+  xml_value,
+  xml_ignored,
+  repeated_unit,
 };
-inline constexpr std::size_t rule_count = static_cast<std::size_t>(rule::non_ascii) + 1;
+inline constexpr std::size_t rule_count = static_cast<std::size_t>(rule::repeated_unit) + 1;
 
 // What a finding is about. What is wrong with a file as a whole is found once, where it is first.
 enum class scope : std::uint8_t { line, file };

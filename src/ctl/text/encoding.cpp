@@ -191,10 +191,14 @@ decoded_text decode_utf16(std::string_view content) {
   return decode_utf16(utf16_units(content, is_big_endian));
 }
 
+bool has_utf16_mark(std::string_view content) noexcept {
+  return content.starts_with(little_endian_mark) || content.starts_with(big_endian_mark);
+}
+
 // A list in another script has NUL bytes beside its digits, its delimiters and its texts of tables
 // only, and a stray one where a character's low byte is 0. A few NUL bytes alone say nothing,
 // unless they are half of a short text.
-bool is_utf16(std::string_view content) noexcept {
+bool has_nuls_in_turn(std::string_view content) noexcept {
   const auto [even, odd] = count_nuls(content);
   const std::size_t most = std::max(even, odd);
   const std::size_t least = std::min(even, odd);
@@ -206,8 +210,7 @@ bool is_utf16(std::string_view content) noexcept {
 
 decoded_text decode_automatically(std::string&& content) {
   if (content.starts_with(utf_8_mark)) return decode_utf8(std::move(content));
-  if (content.starts_with(little_endian_mark) || content.starts_with(big_endian_mark) ||
-      is_utf16(content)) {
+  if (has_utf16_mark(content) || has_nuls_in_turn(content)) {
     return decode_utf16(content);
   }
   if (valid_length(content) != content.size()) {
@@ -217,6 +220,11 @@ decoded_text decode_automatically(std::string&& content) {
 }
 
 }  // namespace
+
+bool is_utf16(std::string_view content) noexcept {
+  const bool has_nul = content.substr(0, nul_sample).find('\0') != std::string_view::npos;
+  return has_nul && (has_utf16_mark(content) || has_nuls_in_turn(content));
+}
 
 decoded_text decode_text(std::string content, text_encoding encoding) {
   switch (encoding) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "cells.h"
 
@@ -29,5 +30,9 @@ struct decoded_text {
 // when it has a byte of 0x80 to 0x9F, which are control characters in Latin-1, and nothing that is
 // UTF-8 beyond ASCII; else Latin-1.
 decoded_text decode_text(std::string content, text_encoding encoding);
+
+// Whether nobody can take `content` for anything but UTF-16: it has the NUL bytes of UTF-16, with
+// its byte-order mark or as decode_text looks for them. The first 4096 bytes tell.
+bool is_utf16(std::string_view content) noexcept;
 
 }  // namespace ruvex

@@ -1,4 +1,4 @@
-#include "file_findings.h"
+#include "file_causes.h"
 
 #include <algorithm>
 #include <utility>
@@ -14,7 +14,7 @@ bool is_about_file(const finding& found) noexcept {
 
 }  // namespace
 
-void file_findings::take_from(std::vector<finding>& line) {
+void file_causes::take_from(std::vector<finding>& line) {
   if (std::ranges::none_of(line, is_about_file)) return;
   for (finding& found : line) {
     if (is_about_file(found)) count(std::move(found));
@@ -22,7 +22,7 @@ void file_findings::take_from(std::vector<finding>& line) {
   std::erase_if(line, is_about_file);
 }
 
-void file_findings::count(finding&& found) {
+void file_causes::count(finding&& found) {
   const auto same = std::ranges::find_if(found_, [&found](const counted& other) {
     return other.first.id == found.id && other.first.cause == found.cause;
   });
@@ -35,7 +35,7 @@ void file_findings::count(finding&& found) {
   }
 }
 
-void file_findings::finish(std::vector<finding>& list) {
+void file_causes::finish(std::vector<finding>& list) {
   for (counted& found : found_) {
     append_lines(found.first.text, found.lines);
     list.push_back(std::move(found.first));

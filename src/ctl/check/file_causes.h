@@ -9,7 +9,7 @@
 
 namespace ruvex {
 
-class file_findings {
+class file_causes {
  public:
   // Takes those about the file out of the findings of a line.
   void take_from(std::vector<finding>& line);
