@@ -4,6 +4,7 @@
 #include <climits>
 #include <cstdio>
 #include <optional>
+#include <vector>
 
 #include "command.h"
 #include "document_check.h"
@@ -17,6 +18,7 @@
 #include "ruvex/mapping/rules.h"
 #include "text/characters.h"
 #include "text/file_kind.h"
+#include "text/nearest.h"
 #include "text/texts.h"
 
 namespace ruvex {
@@ -155,7 +157,10 @@ void print_summary(const finding_report& report, const sums& sums, bool are_seve
 }
 
 int complain_of_rule(std::string_view name) {
-  const std::string_view meant = nearest_rule(name);
+  std::vector<std::string_view> names;
+  for (std::size_t id = 0; id < rule_count; ++id)
+    names.push_back(row_of(static_cast<rule>(id)).name);
+  const std::string_view meant = nearest(name, names);
   const std::string advice = meant.empty() ? "" : message("; did you mean '", meant, "'?");
   return complain_of_use(check_command, message("no rule has the name '", name, "'", advice));
 }

@@ -1,9 +1,6 @@
 #include "rules.h"
 
-#include <algorithm>
 #include <array>
-
-#include "text/nearest.h"
 
 namespace ruvex {
 namespace {
@@ -97,12 +94,6 @@ const rule_row* find_rule(std::string_view name) noexcept {
     if (row.name == name) return &row;
   }
   return nullptr;
-}
-
-std::string_view nearest_rule(std::string_view name) {
-  std::array<std::string_view, rule_count> names;
-  std::ranges::transform(rows, names.begin(), &rule_row::name);
-  return nearest(name, names);
 }
 
 std::string rules_text() {

@@ -109,9 +109,6 @@ const rule_row& row_of(rule id) noexcept;
 // The row of the rule with this name; null when there is none.
 const rule_row* find_rule(std::string_view name) noexcept;
 
-// The name of a rule that `name` is most likely meant to be; empty when none is near.
-std::string_view nearest_rule(std::string_view name);
-
 // Every rule, a line each, with its severity and its meaning.
 std::string rules_text();
 
