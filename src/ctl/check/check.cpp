@@ -1,4 +1,4 @@
-// ruvexctl check: everything in a mapping file that will not come out as it is meant.
+// ruvexctl check: everything in a file of points that will not come out as it is meant.
 
 #include <algorithm>
 #include <climits>
@@ -191,6 +191,8 @@ const command check_command = {
     "check", "[OPTION]... FILE...",
     R"(Report everything in mapping files that ruvex refuses, or that the controller
 would have otherwise than it is meant. ruvex itself is silent about most of it.
+In unit files and configuration documents, report the values that no setting
+may have, and what the reader ignores.
 
       --format=text|json  findings as FILE:LINE:COLUMN: error|warning: text
                           [rule] on standard error (text, the default), or as
@@ -206,7 +208,10 @@ would have otherwise than it is meant. ruvex itself is silent about most of it.
 
 A FILE that is "-" is standard input. Lines and columns count from 1, columns
 in bytes. Behind an empty or divided cell the fields of a line are other cells'
-texts and are not looked at: mend it and check again. A summary comes last.
+texts and are not looked at: mend it and check again. What is wrong with a file
+as a whole is told once, at the end, with the number of lines. The last line is
+a summary: whether ruvex would take the file, or at which line it would stop.
+No suggestion changes the value of a point.
 
 Exit status: 0 no errors, 1 errors, 2 a file cannot be read.
 

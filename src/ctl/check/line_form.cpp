@@ -182,11 +182,12 @@ std::size_t line_forms::check(line_findings& findings, const mapping_line& field
   }
   std::vector<cell> cells;
   row_reader(line, ',').next(cells);
-  is_inside_cell_ =
-      !cells.empty() && cells.back().defect == cell_defect::unclosed_quote && line == whole;
+  const bool is_cut = line != whole && !cells.empty();
+  if (is_cut) cells.back().defect = cell_defect::none;  // its closing quote is not in sight
+  is_inside_cell_ = !cells.empty() && cells.back().defect == cell_defect::unclosed_quote;
   std::size_t sound = std::min(fields.count, check_cells(findings, cells));
   if (fields.count <= field_bit && !is_inside_cell_) add_few_fields(findings, fields);
-  if (line != whole && !cells.empty()) sound = std::min(sound, cells.size() - 1);
+  if (is_cut) sound = std::min(sound, cells.size() - 1);
   return sound;
 }
 

@@ -43,8 +43,9 @@ std::string accident_text(const checked_point& point, const bit_doubt& doubt) {
       message(quoted{field}, " becomes the ", table_name(point.reg_class), " ", stored, ", but ",
               doubt.subject, " ", doubt.predicate, "; the holding register is ",
               holding_register(number + 1), " if ", number, " counts from 0");
-  if (number > 0) append(text, ", "), append(text, holding_register(number) + " if from 1");
-  return text + message("; X", stored, " means the ", table_name(point.reg_class));
+  if (number == 0) return text;
+  return text + message(", ", holding_register(number), " if from 1; X", stored, " means the ",
+                        table_name(point.reg_class));
 }
 
 void check_place(line_findings& findings, const checked_point& point) {
