@@ -78,15 +78,18 @@ known_texts& known_data_types() {
 }
 
 known_texts& known_object_types() {
-  return known_of(chk_bac_type);
+  static known_texts& known = known_of(chk_bac_type);
+  return known;
 }
 
 known_texts& known_units() {
-  return known_of(chk_bac_units);
+  static known_texts& known = known_of(chk_bac_units);
+  return known;
 }
 
 known_texts& known_of(const chk_row* table) {
   static std::unordered_map<const chk_row*, known_texts> all;
+  if (const auto found = all.find(table); found != all.end()) return found->second;
   return all.try_emplace(table, kind_of(table), texts_of(table)).first->second;
 }
 
