@@ -9,6 +9,7 @@
 
 #include "command.h"
 #include "ede.h"
+#include "html_page.h"
 #include "load.h"
 #include "object_limits.h"
 #include "output.h"
@@ -85,12 +86,18 @@ int show_ede(const shown_file& file, const show_settings& settings, output& out)
   return print_ede(doc, file.path, file.source.lines, device, out);
 }
 
+int show_html(const shown_file& file, const show_settings&, output& out) {
+  print_html(file.loaded, file.source, file.path, out);
+  return ctl_clean;
+}
+
 constexpr choice<show_format> show_formats[] = {
     {"table", {show_table, true, false}},
     {"csv", {show_rows<print_csv, reader::programs>, true, false}},
     {"json", {show_rows<print_json, reader::programs>, true, false}},
     {"markdown", {show_rows<print_markdown, reader::people>, true, false}},
     {"ede", {show_ede, false, true}},
+    {"html", {show_html, false, true}},
 };
 
 constexpr option_row<show_settings> show_options[] = {
@@ -155,7 +162,8 @@ from one, or a whole configuration document; its content tells which. A
 mapping file with a line that ruvex refuses is refused, every such line with a
 message, and nothing is printed.
 
-      --format=FORMAT  table (the default), csv, json, markdown or ede
+      --format=FORMAT  table (the default), csv, json, markdown, ede
+                       or html
       --columns=LIST   these columns in this order, separated by commas, by
                        name or by key ("wire address" or wire_address)
       --wide           all columns in full on a terminal, too
@@ -196,6 +204,10 @@ empty field or null. In table and markdown "?" stands for a control character.
 ede is the object list that BACnet head-ends import (Engineering Data Exchange,
 layout 2.3). A point whose object type, instance or units have no number there
 is refused, and so is an object that two points have; then there is no output.
+
+html is a page for the screen and for paper, without scripts: a picture of the
+registers and a table for each unit. What check finds in a mapping file stands
+beside its points.
 
 A FILE that is "-" is standard input. The exit status is 0, or 2 in case of
 trouble.
