@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "command.h"
@@ -75,7 +76,7 @@ void refuse_file(const char* path, const finding& what) {
 
 // Reads the lines as the converter does and reports those that it refuses; false when there are
 // such lines.
-bool read_lines(const char* path, std::string_view content, unit_cfg*& list) {
+bool read_lines(const char* path, std::string_view content, unit_cfg*& list, point_lines* lines) {
   finding_settings settings;
   settings.is_ignored[static_cast<std::size_t>(rule::description_cut)] = true;
   finding_report report(settings);
@@ -90,26 +91,32 @@ bool read_lines(const char* path, std::string_view content, unit_cfg*& list) {
     if (add_refused_line(found, got)) return;
     const mapping_line line = split_mapping_line(text);
     refusals.begin(found, line);
-    reader.read(line, refusals);
+    const point_result read = reader.read(line, refusals);
+    if (lines != nullptr && read.is_added) lines->add(read.chn, number);
   };
-  line_splitter lines(content, max_mapping_line);
-  examine_lines(path, lines, report, findings, examine);
+  line_splitter splitter(content, max_mapping_line);
+  examine_lines(path, splitter, report, findings, examine);
   return report.errors() == 0;
 }
 
 // The points of a mapping file's content, in a document without settings of its own. Null, after a
 // message for every line that ruvex refuses.
-yax_cfg_ptr load_mapping(const char* path, std::string_view content) {
+yax_cfg_ptr load_mapping(const char* path, std::string& content, mapping_source* source) {
   prepare_heap(path);
   yax_cfg_ptr doc = make_empty_document();
-  if (!read_lines(path, content, doc->unit_list)) return nullptr;
+  point_lines* const lines = source == nullptr ? nullptr : &source->lines;
+  if (!read_lines(path, content, doc->unit_list, lines)) return nullptr;
+  if (source != nullptr) {
+    source->content = std::move(content);
+    source->lines.sort();
+  }
   return doc;
 }
 
 }  // namespace
 
-std::optional<loaded_file> load_file(const char* path) {
-  const std::optional<std::string> content = read_content(path);
+std::optional<loaded_file> load_file(const char* path, mapping_source* source) {
+  std::optional<std::string> content = read_content(path);
   if (!content) return std::nullopt;
   const std::string_view xml = behind_mark(*content);
   const file_kind kind = kind_of(*content);
@@ -123,7 +130,7 @@ std::optional<loaded_file> load_file(const char* path) {
       break;
     case file_kind::mapping:
     case file_kind::empty:
-      loaded.doc = load_mapping(path, *content);
+      loaded.doc = load_mapping(path, *content, source);
       break;
     default:
       refuse_file(path, *file_finding(kind, *content));

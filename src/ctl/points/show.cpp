@@ -1,12 +1,17 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "command.h"
+#include "ede.h"
+#include "html_page.h"
 #include "load.h"
+#include "object_limits.h"
 #include "output.h"
 #include "point_columns.h"
 #include "row_formats.h"
@@ -17,16 +22,29 @@ namespace {
 
 struct show_settings;
 
-// Prints the points. Gives a ctl_status, after a complaint where it is none for "clean".
-using print_function = int (*)(const loaded_file& file, const show_settings& settings, output& out);
+struct shown_file {
+  const char* path;
+  loaded_file loaded;
+  mapping_source source;  // where the format asks for it
+};
 
-int show_table(const loaded_file& file, const show_settings& settings, output& out);
+// Prints the points. Gives a ctl_status, after a complaint where it is none for "clean".
+using print_function = int (*)(const shown_file& file, const show_settings& settings, output& out);
+
+struct show_format {
+  print_function print;
+  bool takes_columns;
+  bool needs_source;
+};
+
+int show_table(const shown_file& file, const show_settings& settings, output& out);
 
 struct show_settings {
-  print_function print = show_table;
+  show_format format = {show_table, true, false};
   std::string_view column_names;  // empty: the usual ones
   point_columns columns;          // those with these names
   bool is_wide = false;
+  std::optional<std::int64_t> device;  // the instance of the document, unless it is given
 };
 
 // The characters of a line of the terminal that standard output is; 0 when it is none, or has no
@@ -41,12 +59,12 @@ point_columns columns_for(const show_settings& settings, reader reader) {
   return settings.columns.empty() ? usual_columns(reader) : settings.columns;
 }
 
-int show_table(const loaded_file& file, const show_settings& settings, output& out) {
+int show_table(const shown_file& file, const show_settings& settings, output& out) {
   const std::size_t room = settings.is_wide ? 0 : terminal_width();
   const bool is_by_use = room != 0 && settings.columns.empty();
   const point_columns columns =
       is_by_use ? columns_by_use() : columns_for(settings, reader::people);
-  const std::size_t left_out = print_table(*file.doc, columns, room, out);
+  const std::size_t left_out = print_table(*file.loaded.doc, columns, room, out);
   if (left_out == 0) return ctl_clean;
   out.flush();
   complain("columns that do not fit are left out: %zu; see --wide and --columns", left_out);
@@ -54,22 +72,38 @@ int show_table(const loaded_file& file, const show_settings& settings, output& o
 }
 
 template <auto Print, reader Reader>
-int show_rows(const loaded_file& file, const show_settings& settings, output& out) {
-  Print(*file.doc, columns_for(settings, Reader), out);
+int show_rows(const shown_file& file, const show_settings& settings, output& out) {
+  Print(*file.loaded.doc, columns_for(settings, Reader), out);
   return ctl_clean;
 }
 
-constexpr choice<print_function> show_formats[] = {
-    {"table", show_table},
-    {"csv", show_rows<print_csv, reader::programs>},
-    {"json", show_rows<print_json, reader::programs>},
-    {"markdown", show_rows<print_markdown, reader::people>},
+int show_ede(const shown_file& file, const show_settings& settings, output& out) {
+  const yax_cfg& doc = *file.loaded.doc;
+  if (!settings.device && !is_object_instance(doc.instance.view())) {
+    return complain_of_use(show_command, "the instance of the device is not known; see --device");
+  }
+  const std::int64_t device = settings.device.value_or(decimal_prefix(doc.instance.view()));
+  return print_ede(doc, file.path, file.source.lines, device, out);
+}
+
+int show_html(const shown_file& file, const show_settings&, output& out) {
+  print_html(file.loaded, file.source, file.path, out);
+  return ctl_clean;
+}
+
+constexpr choice<show_format> show_formats[] = {
+    {"table", {show_table, true, false}},
+    {"csv", {show_rows<print_csv, reader::programs>, true, false}},
+    {"json", {show_rows<print_json, reader::programs>, true, false}},
+    {"markdown", {show_rows<print_markdown, reader::people>, true, false}},
+    {"ede", {show_ede, false, true}},
+    {"html", {show_html, false, true}},
 };
 
 constexpr option_row<show_settings> show_options[] = {
     {"format", true,
      [](show_settings& settings, std::string_view argument) {
-       return choose(show_formats, argument, settings.print);
+       return choose(show_formats, argument, settings.format);
      }},
     {"columns", true,
      [](show_settings& settings, std::string_view argument) {
@@ -78,11 +112,20 @@ constexpr option_row<show_settings> show_options[] = {
      }},
     {"wide", false,
      [](show_settings& settings, std::string_view) { return settings.is_wide = true; }},
+    {"device", true,
+     [](show_settings& settings, std::string_view argument) {
+       settings.device = decimal_prefix(argument);
+       return is_object_instance(argument);
+     }},
 };
 
-// False, after a complaint, when one of the columns is none.
+// False, after a complaint, when one of the columns is none, or the format takes none.
 bool find_columns(show_settings& settings) {
   if (settings.column_names.empty()) return true;
+  if (!settings.format.takes_columns) {
+    complain_of_use(show_command, "this format has its own columns");
+    return false;
+  }
   std::string unknown;
   settings.columns = chosen_columns(settings.column_names, unknown);
   if (!settings.columns.empty()) return true;
@@ -99,10 +142,13 @@ int run_show(int argc, char** argv) {
   if (!find_columns(settings)) return ctl_trouble;
   const auto files = operands(argc, argv);
   if (files.size() != 1) return complain_of_use(show_command, "one file is needed");
-  const std::optional<loaded_file> loaded = load_file(files[0]);
+  mapping_source source;
+  std::optional<loaded_file> loaded =
+      load_file(files[0], settings.format.needs_source ? &source : nullptr);
   if (!loaded) return ctl_trouble;
+  const shown_file file = {files[0], std::move(*loaded), std::move(source)};
   output out;
-  const int status = settings.print(*loaded, settings, out);
+  const int status = settings.format.print(file, settings, out);
   return end_with(status, out.finish());
 }
 
@@ -116,10 +162,13 @@ from one, or a whole configuration document; its content tells which. A
 mapping file with a line that ruvex refuses is refused, every such line with a
 message, and nothing is printed.
 
-      --format=FORMAT  table (the default), csv, json or markdown
+      --format=FORMAT  table (the default), csv, json, markdown, ede
+                       or html
       --columns=LIST   these columns in this order, separated by commas, by
                        name or by key ("wire address" or wire_address)
       --wide           all columns in full on a terminal, too
+      --device=N       instance of the device in ede; that of the document
+                       unless it is given
       --help           print this help
       --version        print the version
 
@@ -151,6 +200,14 @@ csv and json (one object a line) hold the same texts as the configuration does.
 There the scaling is device_scale_low, device_scale_high, user_scale_low and
 user_scale_high, and the description is there too. What cannot be told is an
 empty field or null. In table and markdown "?" stands for a control character.
+
+ede is the object list that BACnet head-ends import (Engineering Data Exchange,
+layout 2.3). A point whose object type, instance or units have no number there
+is refused, and so is an object that two points have; then there is no output.
+
+html is a page for the screen and for paper, without scripts: a picture of the
+registers and a table for each unit. What check finds in a mapping file stands
+beside its points.
 
 A FILE that is "-" is standard input. The exit status is 0, or 2 in case of
 trouble.

@@ -1,0 +1,212 @@
+#include "html_page.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "html/markup.h"
+#include "html/point_findings.h"
+#include "html/register_picture.h"
+#include "html/style_sheet.h"
+#include "html_rows.h"
+#include "ruvex/mapping/register_place.h"
+
+namespace ruvex {
+namespace {
+
+constexpr std::string_view unit_anchor = "u";
+
+struct legend_entry {
+  std::string_view style;
+  std::string_view meaning;
+};
+
+constexpr legend_entry legend[] = {
+    {"u", "unsigned"},
+    {"s", "signed"},
+    {"f", "floating point"},
+    {"m", "bits of a register"},
+    {"b", "coil or discrete input"},
+    {"x", "used more than once"},
+};
+
+class page {
+ public:
+  page(const loaded_file& file, const mapping_source& source, output& out)
+      : doc_(*file.doc),
+        lines_(source.lines),
+        findings_(source.content),
+        is_checked_(!source.content.empty()),
+        out_(out) {}
+
+  void print(std::string_view name) {
+    head(name);
+    sums();
+    list_others();
+    overview();
+    std::size_t number = 0;
+    std::size_t first = 0;
+    for (const unit_cfg* each = doc_.unit_list; each != nullptr; each = each->next) {
+      print_unit(*each, number++, first);
+    }
+    text_ += "</body>\n</html>\n";
+    put();
+  }
+
+ private:
+  void put() {
+    out_.put(text_);
+    text_.clear();
+  }
+
+  void head(std::string_view name) {
+    append_all(text_,
+               "<!DOCTYPE html>\n<html lang=\"en\" xmlns=\"http://www.w3.org/1999/xhtml\">\n<head>"
+               "<meta charset=\"utf-8\"/>\n"
+               "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\"/>\n<title>",
+               html_text{name}, "</title>\n<style>", page_style, "</style></head>\n<body>\n<h1>",
+               html_text{name}, "</h1>\n");
+  }
+
+  void sums() {
+    std::size_t points = 0;
+    std::size_t units = 0;
+    for (const unit_cfg* each = doc_.unit_list; each != nullptr; each = each->next, ++units) {
+      points += count_points(*each);
+    }
+    text_ += "<p class=\"sums\">";
+    append_count(text_, points, "point");
+    text_ += " in ";
+    append_count(text_, units, "unit");
+    if (is_checked_) {
+      text_ += "; check finds ";
+      append_count(text_, findings_.count(severity::error), "error");
+      text_ += " and ";
+      append_count(text_, findings_.count(severity::warning), "warning");
+    }
+    text_ += "</p>\n";
+  }
+
+  void list_others() {
+    if (findings_.others().empty()) return;
+    text_ += "<ul class=\"found\">\n";
+    for (const finding& found : findings_.others()) {
+      append_told(text_, found);
+      text_ += '\n';
+      put();
+    }
+    text_ += "</ul>\n";
+  }
+
+  static std::size_t count_points(const unit_cfg& unit) noexcept {
+    std::size_t sum = 0;
+    for (const chn_cfg* chn = unit.chn_list; chn != nullptr; chn = chn->next) ++sum;
+    return sum;
+  }
+
+  std::size_t count_findings(const unit_cfg& unit) const noexcept {
+    std::size_t sum = 0;
+    for (const chn_cfg* chn = unit.chn_list; chn != nullptr; chn = chn->next) {
+      sum += findings_.of_line(lines_.line_of(*chn)).size();
+    }
+    return sum;
+  }
+
+  void overview() {
+    text_ += "<ul class=\"overview\">\n";
+    std::size_t number = 0;
+    for (const unit_cfg* each = doc_.unit_list; each != nullptr; each = each->next, ++number) {
+      append_all(text_, "<li><a href=\"#", unit_anchor, number, "\">Unit ");
+      unit_name(*each);
+      text_ += "</a> <small>";
+      append_count(text_, count_points(*each), "point");
+      if (const std::size_t found = count_findings(*each)) {
+        text_ += ", ";
+        append_count(text_, found, "finding");
+      }
+      text_ += "</small></li>\n";
+      put();
+    }
+    text_ += "</ul>\n";
+    print_legend();
+  }
+
+  void print_legend() {
+    text_ += "<ul class=\"legend\">";
+    for (const legend_entry& entry : legend) {
+      append_all(text_, "<li><svg viewBox=\"0 0 28 16\"><path class=\"", entry.style,
+                 "\" d=\"M1 1h26v14h-26z\"/></svg>", entry.meaning, "</li>");
+    }
+    text_ += "</ul>\n";
+  }
+
+  void unit_name(const unit_cfg& unit) {
+    std::string name;
+    append_unit(name, unit);
+    append(text_, html_text{name});
+  }
+
+  // `first` is the number of the unit's first point; it becomes that of the next unit.
+  void print_unit(const unit_cfg& unit, std::size_t number, std::size_t& first) {
+    append_all(text_, "<section id=\"", unit_anchor, number, "\">\n<h2>Unit ");
+    unit_name(unit);
+    append_all(text_, " <small>", html_text{unit.name.view()}, "</small></h2>\n");
+    put();
+    const bool is_reached = is_modbus(unit);
+    if (is_reached) print_pictures(unit, first);
+    append_point_head(text_);
+    for (const chn_cfg* chn = unit.chn_list; chn != nullptr; chn = chn->next) {
+      print_point({unit, *chn, is_reached}, first++);
+    }
+    text_ += "</tbody></table>\n</section>\n";
+    put();
+  }
+
+  void print_pictures(const unit_cfg& unit, std::size_t first) {
+    const std::vector<placed_point> points = placed_points(unit, first);
+    const placed_point* const end = points.data() + points.size();
+    for (const placed_point* from = points.data(); from != end;) {
+      const placed_point* const next = std::find_if(
+          from, end, [from](const placed_point& point) { return point.table != from->table; });
+      const std::vector<used_word> words = words_of(from, next);
+      append_all(text_, "<h3>", table_name(from->table), "s <small>", words.size(),
+                 " used</small></h3>\n");
+      put();
+      print_register_picture(words, out_);
+      from = next;
+    }
+  }
+
+  void print_point(const point& shown, std::size_t number) {
+    const std::span<const finding> found = findings_.of_line(lines_.line_of(shown.chn));
+    append_point_row(text_, shown, number, !found.empty());
+    if (!found.empty()) {
+      begin_told_row(text_);
+      for (const finding& each : found) append_told(text_, each);
+      end_told_row(text_);
+    }
+    put();
+  }
+
+  const yax_cfg& doc_;
+  const point_lines& lines_;
+  const point_findings findings_;
+  const bool is_checked_;
+  output& out_;
+  std::string text_;
+};
+
+}  // namespace
+
+void print_html(const loaded_file& file, const mapping_source& source, const char* path,
+                output& out) {
+  const std::string_view name = path;
+  const std::size_t folder = name.rfind('/');
+  const bool is_input = name == "-";
+  page shown(file, source, out);
+  shown.print(is_input ? "standard input" : name.substr(folder + 1));
+}
+
+}  // namespace ruvex
