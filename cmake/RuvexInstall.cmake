@@ -32,5 +32,9 @@ install(FILES ${pages1} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES ${pages5} DESTINATION ${CMAKE_INSTALL_MANDIR}/man5)
 install(FILES ${PROJECT_SOURCE_DIR}/completions/ruvexctl
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+install(FILES ${PROJECT_SOURCE_DIR}/completions/_ruvexctl
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
+install(FILES ${PROJECT_SOURCE_DIR}/completions/ruvexctl.fish
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
 file(GLOB guides ${PROJECT_SOURCE_DIR}/docs/*.md)
 install(FILES ${guides} DESTINATION ${CMAKE_INSTALL_DOCDIR})

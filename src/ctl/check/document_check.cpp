@@ -58,7 +58,12 @@ void document_check::add(rule id, const text_place& place, std::string text) {
 bool document_check::next() {
   list_.clear();
   if (!is_read_) goes_on_ = read();
-  while (goes_on_ && (list_.empty() || !is_complete())) step();
+  is_of_channel_ = false;
+  while (goes_on_ && (list_.empty() || !is_complete())) {
+    const std::int64_t before = points_;
+    step();
+    is_of_channel_ = points_ != before;
+  }
   std::stable_sort(list_.begin(), list_.end(), [](const finding& a, const finding& b) {
     return a.line != b.line ? a.line < b.line : a.column < b.column;
   });

@@ -30,6 +30,9 @@ class document_check {
   bool next();
   const std::vector<finding>& findings() const noexcept { return list_; }
 
+  // Whether the findings are those of a channel: the last one so far.
+  bool is_of_channel() const noexcept { return is_of_channel_; }
+
   // The channels so far.
   std::int64_t points() const noexcept { return points_; }
 
@@ -85,6 +88,7 @@ class document_check {
   channel_places places_ = {};
   document_repeats repeats_;
   std::int64_t points_ = 0;
+  bool is_of_channel_ = false;
 };
 
 }  // namespace ruvex

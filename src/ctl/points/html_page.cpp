@@ -5,12 +5,13 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "html/markup.h"
-#include "html/point_findings.h"
 #include "html/register_picture.h"
 #include "html/style_sheet.h"
 #include "html_rows.h"
+#include "point_findings.h"
 #include "ruvex/mapping/register_place.h"
 
 namespace ruvex {
@@ -34,12 +35,8 @@ constexpr legend_entry legend[] = {
 
 class page {
  public:
-  page(const loaded_file& file, const mapping_source& source, output& out)
-      : doc_(*file.doc),
-        lines_(source.lines),
-        findings_(source.content),
-        is_checked_(!source.content.empty()),
-        out_(out) {}
+  page(const loaded_file& file, const file_source& source, output& out)
+      : doc_(*file.doc), findings_(source), is_checked_(!source.content.empty()), out_(out) {}
 
   void print(std::string_view name) {
     head(name);
@@ -106,10 +103,11 @@ class page {
     return sum;
   }
 
-  std::size_t count_findings(const unit_cfg& unit) const noexcept {
+  // `first` is the number of the unit's first point.
+  std::size_t count_findings(const unit_cfg& unit, std::size_t first) const noexcept {
     std::size_t sum = 0;
     for (const chn_cfg* chn = unit.chn_list; chn != nullptr; chn = chn->next) {
-      sum += findings_.of_line(lines_.line_of(*chn)).size();
+      sum += findings_.of_point(*chn, first++).size();
     }
     return sum;
   }
@@ -117,17 +115,20 @@ class page {
   void overview() {
     text_ += "<ul class=\"overview\">\n";
     std::size_t number = 0;
+    std::size_t first = 0;
     for (const unit_cfg* each = doc_.unit_list; each != nullptr; each = each->next, ++number) {
+      const std::size_t points = count_points(*each);
       append_all(text_, "<li><a href=\"#", unit_anchor, number, "\">Unit ");
       unit_name(*each);
       text_ += "</a> <small>";
-      append_count(text_, count_points(*each), "point");
-      if (const std::size_t found = count_findings(*each)) {
+      append_count(text_, points, "point");
+      if (const std::size_t found = count_findings(*each, first)) {
         text_ += ", ";
         append_count(text_, found, "finding");
       }
       text_ += "</small></li>\n";
       put();
+      first += points;
     }
     text_ += "</ul>\n";
     print_legend();
@@ -180,7 +181,7 @@ class page {
   }
 
   void print_point(const point& shown, std::size_t number) {
-    const std::span<const finding> found = findings_.of_line(lines_.line_of(shown.chn));
+    const std::span<const finding> found = findings_.of_point(shown.chn, number);
     append_point_row(text_, shown, number, !found.empty());
     if (!found.empty()) {
       begin_told_row(text_);
@@ -191,7 +192,6 @@ class page {
   }
 
   const yax_cfg& doc_;
-  const point_lines& lines_;
   const point_findings findings_;
   const bool is_checked_;
   output& out_;
@@ -200,8 +200,7 @@ class page {
 
 }  // namespace
 
-void print_html(const loaded_file& file, const mapping_source& source, const char* path,
-                output& out) {
+void print_html(const loaded_file& file, const file_source& source, const char* path, output& out) {
   const std::string_view name = path;
   const std::size_t folder = name.rfind('/');
   const bool is_input = name == "-";

@@ -7,9 +7,7 @@
 namespace ruvex {
 
 // Prints a page that needs nothing else and runs no script, for a screen and for paper. `path` is
-// the file's name. What check finds in a mapping file stands beside its points. The page is XML,
-// too.
-void print_html(const loaded_file& file, const mapping_source& source, const char* path,
-                output& out);
+// the file's name. What check finds stands beside its points. The page is XML, too.
+void print_html(const loaded_file& file, const file_source& source, const char* path, output& out);
 
 }  // namespace ruvex

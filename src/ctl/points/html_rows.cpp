@@ -27,7 +27,7 @@ void append_mask(std::string& out, std::uint32_t mask) {
   }
   constexpr char digits[] = "0123456789ABCDEF";
   out += "mask 0x";
-  const int places = (std::bit_width(mask) + 3) / 4;
+  const auto places = static_cast<int>(std::bit_width(mask) + 3) / 4;
   for (int place = places - 1; place >= 0; --place) out += digits[mask >> 4 * place & 15];
   out += " of ";
 }

@@ -101,21 +101,17 @@ bool read_lines(const char* path, std::string_view content, unit_cfg*& list, poi
 
 // The points of a mapping file's content, in a document without settings of its own. Null, after a
 // message for every line that ruvex refuses.
-yax_cfg_ptr load_mapping(const char* path, std::string& content, mapping_source* source) {
+yax_cfg_ptr load_mapping(const char* path, std::string_view content, point_lines* lines) {
   prepare_heap(path);
   yax_cfg_ptr doc = make_empty_document();
-  point_lines* const lines = source == nullptr ? nullptr : &source->lines;
   if (!read_lines(path, content, doc->unit_list, lines)) return nullptr;
-  if (source != nullptr) {
-    source->content = std::move(content);
-    source->lines.sort();
-  }
+  if (lines != nullptr) lines->sort();
   return doc;
 }
 
 }  // namespace
 
-std::optional<loaded_file> load_file(const char* path, mapping_source* source) {
+std::optional<loaded_file> load_file(const char* path, file_source* source) {
   std::optional<std::string> content = read_content(path);
   if (!content) return std::nullopt;
   const std::string_view xml = behind_mark(*content);
@@ -130,13 +126,17 @@ std::optional<loaded_file> load_file(const char* path, mapping_source* source) {
       break;
     case file_kind::mapping:
     case file_kind::empty:
-      loaded.doc = load_mapping(path, *content, source);
+      loaded.doc = load_mapping(path, *content, source == nullptr ? nullptr : &source->lines);
       break;
     default:
       refuse_file(path, *file_finding(kind, *content));
       break;
   }
   if (loaded.doc == nullptr) return std::nullopt;
+  if (source != nullptr) {
+    source->content = std::move(*content);
+    source->kind = kind;
+  }
   return loaded;
 }
 

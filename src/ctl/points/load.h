@@ -6,6 +6,7 @@
 
 #include "point_lines.h"
 #include "ruvex/cfg/edit.h"
+#include "text/file_kind.h"
 
 namespace ruvex {
 
@@ -14,19 +15,20 @@ struct loaded_file {
   bool is_whole_document;  // false: `doc` has no settings of its own
 };
 
-// A mapping file as it stands. Both are empty for XML.
-struct mapping_source {
+// A file as it stands.
+struct file_source {
   std::string content;
-  point_lines lines;
+  file_kind kind = file_kind::empty;
+  point_lines lines;  // of the points of a mapping file
 };
 
 // Loads a whole document, a unit file or a mapping file; the content tells which (kind_of). A
 // mapping file is read as the converter reads it. A file without a byte has no points. `path` "-"
-// is standard input. A mapping file is put into `source`, too, where that is not null.
+// is standard input. What was loaded is put into `source`, too, where that is not null.
 //
 // Nothing, after a message, when the file cannot be read whole, is of another kind, is no
 // well-formed configuration, or goes on behind the end of its configuration. Nothing either, after
 // a message for each of them, when it holds lines that ruvex refuses.
-std::optional<loaded_file> load_file(const char* path, mapping_source* source = nullptr);
+std::optional<loaded_file> load_file(const char* path, file_source* source = nullptr);
 
 }  // namespace ruvex

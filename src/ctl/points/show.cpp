@@ -25,7 +25,7 @@ struct show_settings;
 struct shown_file {
   const char* path;
   loaded_file loaded;
-  mapping_source source;  // where the format asks for it
+  file_source source;  // where the format asks for it
 };
 
 // Prints the points. Gives a ctl_status, after a complaint where it is none for "clean".
@@ -142,7 +142,7 @@ int run_show(int argc, char** argv) {
   if (!find_columns(settings)) return ctl_trouble;
   const auto files = operands(argc, argv);
   if (files.size() != 1) return complain_of_use(show_command, "one file is needed");
-  mapping_source source;
+  file_source source;
   std::optional<loaded_file> loaded =
       load_file(files[0], settings.format.needs_source ? &source : nullptr);
   if (!loaded) return ctl_trouble;
@@ -206,8 +206,7 @@ layout 2.3). A point whose object type, instance or units have no number there
 is refused, and so is an object that two points have; then there is no output.
 
 html is a page for the screen and for paper, without scripts: a picture of the
-registers and a table for each unit. What check finds in a mapping file stands
-beside its points.
+registers and a table for each unit. What check finds stands beside its points.
 
 A FILE that is "-" is standard input. The exit status is 0, or 2 in case of
 trouble.
