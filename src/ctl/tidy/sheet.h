@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "columns.h"
+#include "reference_form.h"
 
 namespace ruvex {
 
@@ -15,6 +16,7 @@ struct sheet_settings {
   column_list columns;
   // Put in the place of what a mapping file cannot hold, see strict_form; nothing: that is refused.
   std::optional<std::string_view> replacement;
+  std::optional<reference_form> reference;  // nothing: the references are whole
 };
 
 // The mapping lines of a sheet in UTF-8. Rows that are left out, and what was replaced, are told on
