@@ -10,6 +10,7 @@
 
 #include "command.h"
 #include "delimiter.h"
+#include "fill_down.h"
 #include "header.h"
 #include "numbers.h"
 #include "progress.h"
@@ -83,6 +84,7 @@ class sheet_tidier {
         shown_(path),
         refused_(path, &shown_),
         form_(settings.replacement),
+        fill_(settings.filled),
         references_(settings.reference),
         columns_(settings.columns),
         has_begun_(settings.skip.has_value()) {}
@@ -115,6 +117,7 @@ class sheet_tidier {
   progress shown_;
   refusals refused_;
   strict_form form_;
+  fill_down fill_;
   reference_writer references_;
   running_numbers numbers_;
   column_list columns_;  // those of the settings, with their headers found
@@ -147,6 +150,7 @@ std::optional<std::string> sheet_tidier::tidy(std::string_view text) {
     return std::nullopt;
   }
   if (refused_.count() != 0) return std::nullopt;
+  tell(path_, "filled", fill_.filled());
   tell(path_, "replaced", form_.replaced());
   if (!lines_.empty()) return std::move(lines_);
   complain("%s: no row has a unit and a reference with digits; see --delimiter and --columns",
@@ -184,11 +188,12 @@ bool sheet_tidier::is_blank_point(const std::vector<cell>& row,
   return is_of_row ? is_blank(sources[field_unit].text) : is_title(row);
 }
 
-// Whether a row is certainly none of a header.
+// Whether a row is certainly none of a header. A unit that may stand in a merged cell says nothing.
 bool sheet_tidier::is_point(const field_sources& sources) const noexcept {
   const std::string_view unit = sources[field_unit].text;
   const std::string_view reference = sources[field_reference].text;
-  return (has_digit(unit) && references_.may_be_reference(reference)) || is_error_value(unit) ||
+  const bool may_be_unit = has_digit(unit) || (settings_.filled.test(field_unit) && is_blank(unit));
+  return (may_be_unit && references_.may_be_reference(reference)) || is_error_value(unit) ||
          is_error_value(reference);
 }
 
@@ -218,6 +223,7 @@ void sheet_tidier::take(const std::vector<cell>& row) {
 
 void sheet_tidier::take_point(const std::vector<cell>& row, field_sources sources) {
   if (refuse_surplus(row)) return;
+  fill_.put(sources);
   numbers_.put(columns_, sources, refused_);
   if (!references_.write(sources, refused_)) return;
   form_.append_line(sources, row.front().place, refused_, lines_);

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "command.h"
+#include "fill_down.h"
 #include "input.h"
 #include "output.h"
 #include "reference_form.h"
@@ -58,6 +59,12 @@ constexpr option_row<tidy_settings> option_rows[] = {
     {"columns", true,
      [](tidy_settings& settings, std::string_view text) {
        return settings.sheet.columns.parse(text);
+     }},
+    {"fill", true,
+     [](tidy_settings& settings, std::string_view text) {
+       const std::optional<source_set> chosen = parse_fill(text);
+       if (chosen) settings.sheet.filled = *chosen;
+       return chosen.has_value();
      }},
     {"header", false,
      [](tidy_settings& settings, std::string_view) { return settings.shows_header = true; }},
@@ -155,6 +162,9 @@ output. What is left out is told on standard error.
                       =#N    N in the first line, N + 1 in the next; =# is =#1
                     and FIELD=HEADER anywhere among them: for the field with
                     this name the column with this header (or FIELD==TEXT)
+  --fill=LIST       put the text above into the blank cells of these fields, by
+                    name, for merged cells: unit, table, data type,
+                    object type, units
   --header          print the header of FILE and what its columns become
   --reference=FORM  the references are numbers within a table of registers:
                       4+1  in table 4 (or 0, 1, 3), counted from 0
