@@ -9,6 +9,25 @@
 namespace ruvex {
 namespace {
 
+// "#" and "#100" stand for numbers that run.
+column_choice text_choice(std::string_view text) {
+  constexpr unsigned long largest = 1'000'000'000;
+  unsigned long first = 1;
+  if (text == "#" || (text.starts_with('#') && parse_number(text.substr(1), largest, first))) {
+    return {0, "1", {}, true, first};
+  }
+  return {0, text, {}, true, {}};
+}
+
+// Registers do not run from point to point: their values have sizes.
+bool may_run(std::size_t source) noexcept {
+  return source != field_reference && source != table_source;
+}
+
+column_choice numbered_choice(std::size_t column) {
+  return {column, {}, {}, true, {}};
+}
+
 std::string all_headers(const std::vector<cell>& row) {
   std::string list;
   for (const cell& cell : row) {
@@ -35,7 +54,7 @@ std::string header_text(std::string_view cell) {
 }
 
 column_list::column_list() {
-  while (add(count_ + 1, {})) {
+  while (add(numbered_choice(count_ + 1))) {
   }
 }
 
@@ -57,11 +76,11 @@ bool column_list::parse(std::string_view list) {
 }
 
 bool column_list::parse_entry(std::string_view entry) {
-  if (entry == "-") return add(0, {});
+  if (entry == "-") return add(numbered_choice(0));
   const std::size_t equals = entry.find('=');
   if (equals == entry.npos) return parse_numbers(entry);
   const std::string_view text = entry.substr(equals + 1);
-  return equals == 0 ? add(0, text) : add_header(entry.substr(0, equals), text);
+  return equals == 0 ? add(text_choice(text)) : add_named(entry.substr(0, equals), text);
 }
 
 bool column_list::parse_numbers(std::string_view entry) {
@@ -74,27 +93,32 @@ bool column_list::parse_numbers(std::string_view entry) {
     return false;
   }
   for (unsigned long column = first; column <= last; ++column) {
-    if (!add(column, {})) return false;
+    if (!add(numbered_choice(column))) return false;
   }
   return true;
 }
 
-bool column_list::add_header(std::string_view name, std::string_view header) {
+bool column_list::add_named(std::string_view name, std::string_view header) {
   const std::optional<std::size_t> source = find_source(name);
   if (!source) {
     if (unknown_name_.empty()) unknown_name_ = name;
     return true;
   }
   column_choice& choice = choices_[*source];
+  if (choice.is_given || header.empty()) return false;
+  if (header.front() == '=') {
+    choice = text_choice(header.substr(1));
+    return !choice.first_number || may_run(*source);
+  }
   choice.header = header_text(header);
-  if (choice.is_given || choice.header.empty()) return false;
   choice.is_given = true;
-  return true;
+  return !choice.header.empty();
 }
 
-bool column_list::add(std::size_t column, std::string_view text) {
-  if (count_ == choices_.size() || choices_[count_].is_given) return false;
-  choices_[count_++] = {column, text, {}, true};
+bool column_list::add(const column_choice& choice) {
+  if (count_ == max_mapping_fields || choices_[count_].is_given) return false;
+  if (choice.first_number && !may_run(count_)) return false;
+  choices_[count_++] = choice;
   return true;
 }
 
@@ -131,11 +155,11 @@ void column_list::find_headers(const std::vector<cell>& row, refusals& refused) 
 
 field_sources column_list::select(const std::vector<cell>& row) const noexcept {
   field_sources sources;
-  for (std::size_t field = 0; field < sources.size(); ++field) {
-    const auto& [column, text, header, is_given] = choices_[field];
-    sources[field] = {text, row.front().place};
+  for (std::size_t source = 0; source < sources.size(); ++source) {
+    const std::size_t column = choices_[source].column;
+    sources[source] = {choices_[source].text, row.front().place};
     if (column == 0 || column > row.size()) continue;
-    sources[field] = {row[column - 1].text, row[column - 1].place};
+    sources[source] = {row[column - 1].text, row[column - 1].place};
   }
   return sources;
 }

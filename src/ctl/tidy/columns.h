@@ -20,6 +20,8 @@ struct column_choice {
   std::string_view text;   // empty: nothing
   std::string header;      // of the column, which find_headers() finds; empty: none is named
   bool is_given = false;   // an entry of the list says so
+  // The number of the first point, whose successors get the next ones; nothing: the same for all.
+  std::optional<unsigned long> first_number;
 };
 
 // The text of a header cell as people name it: without blanks at its ends, and with one blank for
@@ -37,8 +39,11 @@ class column_list {
   //   N-M    these columns
   //   -      nothing
   //   =TEXT  this text, the same for every row
-  // And for a field by its own name (see mapping_columns; the case of letters does not count):
+  //   =#N    N for the first point, N + 1 for the second, and so on; =# is =#1; not for the
+  //          reference and the table
+  // And for a field, or the table, by its own name (see find_source):
   //   FIELD=HEADER  the column with this header_text() in the header row
+  //   FIELD==TEXT, FIELD==#N  as above
   // Fields without an entry get nothing. False, and the list is unchanged, when `list` is none, has
   // entries for more than 17 fields, or two for one field. `list` outlives this object.
   bool parse(std::string_view list);
@@ -54,8 +59,8 @@ class column_list {
   // least. Headers that are not there or there twice are added to `refused`.
   void find_headers(const std::vector<cell>& row, refusals& refused);
 
-  // What a field is made from; `field` is below max_mapping_fields.
-  const column_choice& choice_of(std::size_t field) const noexcept { return choices_[field]; }
+  // What a source is chosen to be; `source` is below max_sources.
+  const column_choice& choice_of(std::size_t source) const noexcept { return choices_[source]; }
 
   // The sources of the fields of a row, which has one cell at least; views into the row and the
   // list. What gets nothing has an empty text. The place of what is no cell of the row is the
@@ -71,10 +76,10 @@ class column_list {
  private:
   bool parse_entry(std::string_view entry);
   bool parse_numbers(std::string_view entry);
-  bool add_header(std::string_view name, std::string_view header);
-  bool add(std::size_t column, std::string_view text);
+  bool add_named(std::string_view name, std::string_view header);
+  bool add(const column_choice& choice);
 
-  std::array<column_choice, max_mapping_fields> choices_ = {};
+  std::array<column_choice, max_sources> choices_ = {};
   std::size_t count_ = 0;
   std::string_view unknown_name_;
   bool is_chosen_ = false;

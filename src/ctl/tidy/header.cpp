@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <utility>
 
-#include "ruvex/mapping/columns.h"
 #include "text/characters.h"
 #include "text/texts.h"
 
@@ -15,14 +14,20 @@ bool is_words(const cell& cell) noexcept {
   return !without_blanks(cell.text).empty() && !has_digit(cell.text);
 }
 
-// The fields that are made from a column.
-std::string fields_of(const column_list& columns, std::size_t column) {
+// The sources that stand in a column.
+std::string sources_in(const column_list& columns, std::size_t column) {
   std::string list;
-  for (const mapping_column& field : mapping_columns) {
-    if (columns.choice_of(field.field).column != column) continue;
-    append(list, list.empty() ? "" : ", "), append(list, describe_source(field.field));
+  for (std::size_t source = 0; source < max_sources; ++source) {
+    if (columns.choice_of(source).column != column) continue;
+    append(list, list.empty() ? "" : ", "), append(list, describe_source(source));
   }
   return list;
+}
+
+// What a source is that stands in no column.
+std::string describe_text(const column_choice& choice) {
+  if (choice.first_number) return message("numbers from ", *choice.first_number);
+  return choice.text.empty() ? std::string("no column") : message("text ", quoted{choice.text});
 }
 
 }  // namespace
@@ -48,18 +53,19 @@ std::vector<cell> find_header_row(row_reader reader, const column_list& columns)
 std::string describe_header(const std::vector<cell>& row, const column_list& columns) {
   std::string lines = message("line ", row.front().place.line, " is the header\n");
   for (std::size_t column = 1; column <= row.size(); ++column) {
-    const std::string fields = fields_of(columns, column);
+    const std::string sources = sources_in(columns, column);
     const std::string header = header_text(row[column - 1].text);
-    if (fields.empty() && header.empty()) continue;
+    if (sources.empty() && header.empty()) continue;
     append_visible(lines, message("column ", column, " ", quoted{header}, ": ",
-                                  fields.empty() ? "not used" : fields));
+                                  sources.empty() ? "not used" : sources));
     lines += '\n';
   }
-  for (const mapping_column& field : mapping_columns) {
-    const auto& [column, text, header, is_given] = columns.choice_of(field.field);
-    if (column != 0 && column <= row.size()) continue;
-    append_visible(lines, text.empty() ? std::string("no column") : message("text ", quoted{text}));
-    append(lines, message(": ", describe_source(field.field), "\n"));
+  for (std::size_t source = 0; source < max_sources; ++source) {
+    const column_choice& choice = columns.choice_of(source);
+    if (choice.column != 0 && choice.column <= row.size()) continue;
+    if (source == table_source && !choice.is_given) continue;
+    append_visible(lines, describe_text(choice));
+    append(lines, message(": ", describe_source(source), "\n"));
   }
   return lines;
 }

@@ -10,14 +10,18 @@
 
 #include "command.h"
 #include "delimiter.h"
+#include "fill_down.h"
 #include "header.h"
 #include "numbers.h"
 #include "progress.h"
+#include "reference_form.h"
 #include "refusals.h"
 #include "report/place_message.h"
+#include "running_numbers.h"
 #include "strict_form.h"
 #include "tally.h"
 #include "text/cells.h"
+#include "text/spreadsheet.h"
 #include "text/texts.h"
 
 namespace ruvex {
@@ -38,23 +42,16 @@ bool is_blank(std::string_view text) noexcept {
   return without_blanks(text).empty();
 }
 
-// What a spreadsheet program shows for a formula that it cannot work out, in any language.
-bool is_error_value(std::string_view text) noexcept {
-  text = without_blanks(text);
-  if (text.size() < 3 || text.front() != '#') return false;
-  return text.ends_with('!') || text.ends_with('?') || text == "#N/A";
+// Whether a row holds one cell at most, as a title does.
+bool is_title(const std::vector<cell>& row) noexcept {
+  return std::ranges::count_if(row, [](const cell& cell) { return !is_blank(cell.text); }) <= 1;
 }
 
-bool is_blank_point(const field_sources& sources) noexcept {
-  return is_blank(sources[field_unit].text) && is_blank(sources[field_reference].text);
-}
-
-// Whether a row is certainly none of a header.
-bool is_point(const field_sources& sources) noexcept {
-  const std::string_view unit = sources[field_unit].text;
-  const std::string_view reference = sources[field_reference].text;
-  return (has_digit(unit) && has_digit(reference)) || is_error_value(unit) ||
-         is_error_value(reference);
+bool has_decimal_comma(const field_sources& sources) noexcept {
+  return std::ranges::any_of(mapping_columns, [&](const mapping_column& column) {
+    const std::string_view text = without_blanks(sources[column.field].text);
+    return may_have_fraction(column) && find_decimal_comma(text) != text.npos;
+  });
 }
 
 // A row as a text by which it is known again: its cells, each behind its length. Blanks around a
@@ -87,6 +84,8 @@ class sheet_tidier {
         shown_(path),
         refused_(path, &shown_),
         form_(settings.replacement),
+        fill_(settings.filled),
+        references_(settings.reference),
         columns_(settings.columns),
         has_begun_(settings.skip.has_value()) {}
 
@@ -100,9 +99,12 @@ class sheet_tidier {
  private:
   char delimiter_of(std::string_view text) const;
   bool find_header(row_reader reader);
+  bool is_blank_point(const std::vector<cell>& row, const field_sources& sources) const noexcept;
+  bool is_point(const field_sources& sources) const noexcept;
   bool is_header(const std::vector<cell>& row, const field_sources& sources) const noexcept;
   void take(const std::vector<cell>& row);
-  std::size_t find_decimal_comma_line(row_reader reader) const;
+  void take_point(const std::vector<cell>& row, field_sources sources);
+  void look_ahead(row_reader reader, bool seeks_comma);
   void note_skipped(row_reader reader);
   bool is_repeated_header(const std::vector<cell>& row, const field_sources& sources) const;
   bool refuse_surplus(const std::vector<cell>& row) noexcept;
@@ -115,6 +117,9 @@ class sheet_tidier {
   progress shown_;
   refusals refused_;
   strict_form form_;
+  fill_down fill_;
+  reference_writer references_;
+  running_numbers numbers_;
   column_list columns_;  // those of the settings, with their headers found
   std::vector<cell> header_row_;
   std::string lines_;
@@ -132,9 +137,7 @@ std::optional<std::string> sheet_tidier::tidy(std::string_view text) {
   if (columns_.has_names() && !find_header(row_reader(whole, delimiter))) return std::nullopt;
   note_skipped(row_reader(whole.substr(0, whole.size() - text.size()), delimiter));
   row_reader reader(text, delimiter, skipped + 1);
-  if (may_hold_unclear_numbers(text, delimiter)) {
-    form_.expect_decimal_commas(find_decimal_comma_line(reader));
-  }
+  look_ahead(reader, may_hold_unclear_numbers(text, delimiter));
   std::vector<cell> row;
   for (std::int64_t number = 1; reader.next(row); ++number) {
     take(row);
@@ -147,6 +150,7 @@ std::optional<std::string> sheet_tidier::tidy(std::string_view text) {
     return std::nullopt;
   }
   if (refused_.count() != 0) return std::nullopt;
+  tell(path_, "filled", fill_.filled());
   tell(path_, "replaced", form_.replaced());
   if (!lines_.empty()) return std::move(lines_);
   complain("%s: no row has a unit and a reference with digits; see --delimiter and --columns",
@@ -176,6 +180,23 @@ bool sheet_tidier::find_header(row_reader reader) {
   return refused_.count() == 0;
 }
 
+// A unit that is the same text for all rows says nothing about this one.
+bool sheet_tidier::is_blank_point(const std::vector<cell>& row,
+                                  const field_sources& sources) const noexcept {
+  if (!is_blank(sources[field_reference].text)) return false;
+  const bool is_of_row = columns_.choice_of(field_unit).column != 0;
+  return is_of_row ? is_blank(sources[field_unit].text) : is_title(row);
+}
+
+// Whether a row is certainly none of a header. A unit that may stand in a merged cell says nothing.
+bool sheet_tidier::is_point(const field_sources& sources) const noexcept {
+  const std::string_view unit = sources[field_unit].text;
+  const std::string_view reference = sources[field_reference].text;
+  const bool may_be_unit = has_digit(unit) || (settings_.filled.test(field_unit) && is_blank(unit));
+  return (may_be_unit && references_.may_be_reference(reference)) || is_error_value(unit) ||
+         is_error_value(reference);
+}
+
 bool sheet_tidier::is_header(const std::vector<cell>& row,
                              const field_sources& sources) const noexcept {
   const std::size_t line = row.front().place.line;
@@ -185,7 +206,7 @@ bool sheet_tidier::is_header(const std::vector<cell>& row,
 
 void sheet_tidier::take(const std::vector<cell>& row) {
   widest_ = std::max(widest_, row.size());
-  if (refuse_defects(row, refused_)) return;
+  if (refuse_defects(row, refused_) || is_blank_row(row)) return;
   const field_sources sources = columns_.select(row);
   if (is_header(row, sources)) return note_header(row, sources);
   tell_header();
@@ -193,34 +214,40 @@ void sheet_tidier::take(const std::vector<cell>& row) {
   const text_place place = row.front().place;
   if (is_repeated_header(row, sources)) {
     tell_left_out(place.line, place.line, "repeated header");
-  } else if (!is_blank_point(sources)) {
-    if (!refuse_surplus(row)) form_.append_line(sources, place, refused_, lines_);
-  } else if (!is_blank_row(row)) {
+  } else if (!is_blank_point(row, sources)) {
+    take_point(row, sources);
+  } else {
     tell_left_out(place.line, place.line, "no unit and no reference");
   }
 }
 
-// The line of the first number with a decimal comma; 0 when no point has one.
-std::size_t sheet_tidier::find_decimal_comma_line(row_reader reader) const {
+void sheet_tidier::take_point(const std::vector<cell>& row, field_sources sources) {
+  if (refuse_surplus(row)) return;
+  fill_.put(sources);
+  numbers_.put(columns_, sources, refused_);
+  if (!references_.write(sources, refused_)) return;
+  form_.append_line(sources, row.front().place, refused_, lines_);
+}
+
+// Finds out what has to be known of all points before the first is written.
+void sheet_tidier::look_ahead(row_reader reader, bool seeks_comma) {
   std::vector<cell> row;
-  for (bool has_begun = has_begun_; reader.next(row);) {
+  for (bool has_begun = has_begun_; (seeks_comma || references_.has_form()) && reader.next(row);) {
     const field_sources sources = columns_.select(row);
     has_begun = has_begun || is_point(sources);
-    if (!has_begun || is_blank_point(sources)) continue;
-    for (const mapping_column& column : mapping_columns) {
-      const auto& [text, place] = sources[column.field];
-      if (!may_have_fraction(column)) continue;
-      if (find_decimal_comma(without_blanks(text)) != text.npos) return place.line;
-    }
+    if (!has_begun || is_blank_point(row, sources)) continue;
+    references_.note(sources);
+    if (!seeks_comma || !has_decimal_comma(sources)) continue;
+    form_.expect_decimal_commas(row.front().place.line);
+    seeks_comma = false;
   }
-  return 0;
 }
 
 void sheet_tidier::note_skipped(row_reader reader) {
   std::vector<cell> row;
   while (reader.next(row)) {
     const field_sources sources = columns_.select(row);
-    if (!is_point(sources) && !is_blank_point(sources)) headers_.insert(row_key(row));
+    if (!is_point(sources) && !is_blank_point(row, sources)) headers_.insert(row_key(row));
   }
 }
 
@@ -241,8 +268,7 @@ bool sheet_tidier::refuse_surplus(const std::vector<cell>& row) noexcept {
 }
 
 void sheet_tidier::note_header(const std::vector<cell>& row, const field_sources& sources) {
-  if (is_blank_row(row)) return;
-  if (!is_blank_point(sources)) headers_.insert(row_key(row));
+  if (!is_blank_point(row, sources)) headers_.insert(row_key(row));
   header_last_ = row.front().place.line;
   if (header_first_ == 0) header_first_ = header_last_;
 }

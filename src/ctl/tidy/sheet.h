@@ -6,6 +6,8 @@
 #include <string_view>
 
 #include "columns.h"
+#include "fill_down.h"
+#include "reference_form.h"
 
 namespace ruvex {
 
@@ -15,6 +17,8 @@ struct sheet_settings {
   column_list columns;
   // Put in the place of what a mapping file cannot hold, see strict_form; nothing: that is refused.
   std::optional<std::string_view> replacement;
+  source_set filled;                        // whose blank cells get the text above them
+  std::optional<reference_form> reference;  // nothing: the references are whole
 };
 
 // The mapping lines of a sheet in UTF-8. Rows that are left out, and what was replaced, are told on

@@ -7,6 +7,8 @@
 namespace ruvex {
 namespace {
 
+constexpr std::string_view name_of_table = "table";
+
 char in_lower_case(char character) noexcept {
   return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a')
                                               : character;
@@ -22,18 +24,18 @@ std::optional<std::size_t> find_source(std::string_view name) noexcept {
   for (const mapping_column& column : mapping_columns) {
     if (is_same_name(column.name, name)) return column.field;
   }
+  if (is_same_name(name_of_table, name)) return table_source;
   return std::nullopt;
 }
 
 std::string all_source_names() {
   std::string names;
-  for (const mapping_column& column : mapping_columns) {
-    append(names, names.empty() ? "" : ", "), append(names, column.name);
-  }
-  return names;
+  for (const mapping_column& column : mapping_columns) append(names, message(column.name, ", "));
+  return names += name_of_table;
 }
 
 std::string describe_source(std::size_t source) {
+  if (source == table_source) return "the table of the reference";
   return message("field ", source, " (", mapping_columns[source].name, ")");
 }
 

@@ -5,6 +5,7 @@
 
 #include "numbers.h"
 #include "ruvex/mapping/rules.h"
+#include "text/spreadsheet.h"
 #include "text/texts.h"
 #include "unwritable.h"
 
@@ -90,6 +91,10 @@ void strict_form::refuse(const mapping_column& column, const text_place& place,
     refused.add(place, "field %zu (%s) holds %s, which a mapping file cannot hold%s", field,
                 column.name.data(), unwritable,
                 is_text(column.field) && !replacement_ ? "; see --replace" : "");
+  } else if (const std::string_view defect = spreadsheet_defect(text);
+             !defect.empty() && !is_text(column.field)) {
+    refused.add(place, "field %zu (%s): %s %s", field, column.name.data(),
+                message(quoted{text}).c_str(), defect.data());
   } else if (decimal_comma_line_ != 0) {
     refuse_unclear(column, place, text, refused);
   }

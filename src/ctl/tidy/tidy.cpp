@@ -4,11 +4,14 @@
 #include <utility>
 
 #include "command.h"
+#include "fill_down.h"
 #include "input.h"
 #include "output.h"
+#include "reference_form.h"
 #include "refusals.h"
 #include "sheet.h"
 #include "sources.h"
+#include "table_text.h"
 #include "text/encoding.h"
 #include "text/texts.h"
 #include "unwritable.h"
@@ -57,8 +60,19 @@ constexpr option_row<tidy_settings> option_rows[] = {
      [](tidy_settings& settings, std::string_view text) {
        return settings.sheet.columns.parse(text);
      }},
+    {"fill", true,
+     [](tidy_settings& settings, std::string_view text) {
+       const std::optional<source_set> chosen = parse_fill(text);
+       if (chosen) settings.sheet.filled = *chosen;
+       return chosen.has_value();
+     }},
     {"header", false,
      [](tidy_settings& settings, std::string_view) { return settings.shows_header = true; }},
+    {"reference", true,
+     [](tidy_settings& settings, std::string_view text) {
+       settings.sheet.reference = parse_reference_form(text);
+       return settings.sheet.reference.has_value();
+     }},
     {"replace", true,
      [](tidy_settings& settings, std::string_view text) {
        if (text.empty() || find_unwritable(text) != nullptr) return false;
@@ -90,6 +104,12 @@ int complain_of_field(std::string_view name) {
       tidy_command, message("no field has the name '", name, "'; there are ", all_source_names()));
 }
 
+// Whether the table of the reference is chosen as a column just where --reference asks for it.
+bool is_table_as_asked(const sheet_settings& sheet) noexcept {
+  const bool is_asked = sheet.reference && sheet.reference->reading != table_reading::one;
+  return is_asked == sheet.columns.choice_of(table_source).is_given;
+}
+
 int run_tidy(int argc, char** argv) {
   tidy_settings settings;
   const std::optional<int> status = read_options(tidy_command, argc, argv, option_rows, settings);
@@ -97,6 +117,11 @@ int run_tidy(int argc, char** argv) {
   if (operands(argc, argv).size() != 1) return complain_of_use(tidy_command, "one file is needed");
   const std::string_view unknown = settings.sheet.columns.unknown_name();
   if (!unknown.empty()) return complain_of_field(unknown);
+  if (!is_table_as_asked(settings.sheet)) {
+    return complain_of_use(tidy_command,
+                           "--reference=column+1 (or table+1, function+1) and --columns=table=... "
+                           "are given together");
+  }
   const char* const path = operands(argc, argv).front();
   const std::optional<std::string> text = read_text(path, settings.encoding);
   if (!text) return ctl_trouble;
@@ -134,9 +159,22 @@ output. What is left out is told on standard error.
                       N-M    columns N to M
                       -      nothing, and so are entries that are missing
                       =TEXT  TEXT in every line
+                      =#N    N in the first line, N + 1 in the next; =# is =#1
                     and FIELD=HEADER anywhere among them: for the field with
-                    this name the column with this header
+                    this name the column with this header (or FIELD==TEXT)
+  --fill=LIST       put the text above into the blank cells of these fields, by
+                    name, for merged cells: unit, table, data type,
+                    object type, units
   --header          print the header of FILE and what its columns become
+  --reference=FORM  the references are numbers within a table of registers:
+                      4+1  in table 4 (or 0, 1, 3), counted from 0
+                      4+0  the same, counted from 1
+                      column+1    in the table that each row names, such as 4x,
+                                  holding register, FC3; its column is chosen
+                                  by --columns=table=HEADER
+                      table+1     the same, where 3 is the table 3
+                      function+1  the same, where 3 is the function code 3
+                    and hexadecimal with ",hex" at the end: 4+1,hex
   --replace=TEXT    put TEXT for each comma, quote, line end and control
                     character in a text, and say how often; numbers, units
                     and references that hold one are refused all the same
@@ -160,6 +198,7 @@ Examples:
       ruvex plant.csv plant.xml
   ruvexctl tidy --columns=1,=0,3,5-12 export.csv > plant.csv
   ruvexctl tidy --columns=Unit=Slave,Reference=Register --header export.csv
+  ruvexctl tidy --columns=1-6,=ANALOG_VALUE,=#100 --reference=4+1 export.csv
 )",
     run_tidy};
 
