@@ -23,6 +23,7 @@
 #include "text/cells.h"
 #include "text/spreadsheet.h"
 #include "text/texts.h"
+#include "text_map.h"
 
 namespace ruvex {
 namespace {
@@ -99,6 +100,7 @@ class sheet_tidier {
  private:
   char delimiter_of(std::string_view text) const;
   bool find_header(row_reader reader);
+  field_sources sources_of(const std::vector<cell>& row) const noexcept;
   bool is_blank_point(const std::vector<cell>& row, const field_sources& sources) const noexcept;
   bool is_point(const field_sources& sources) const noexcept;
   bool is_header(const std::vector<cell>& row, const field_sources& sources) const noexcept;
@@ -117,6 +119,7 @@ class sheet_tidier {
   progress shown_;
   refusals refused_;
   strict_form form_;
+  tally unmapped_;
   fill_down fill_;
   reference_writer references_;
   running_numbers numbers_;
@@ -150,6 +153,7 @@ std::optional<std::string> sheet_tidier::tidy(std::string_view text) {
     return std::nullopt;
   }
   if (refused_.count() != 0) return std::nullopt;
+  tell(path_, "not mapped", unmapped_);
   tell(path_, "filled", fill_.filled());
   tell(path_, "replaced", form_.replaced());
   if (!lines_.empty()) return std::move(lines_);
@@ -180,6 +184,12 @@ bool sheet_tidier::find_header(row_reader reader) {
   return refused_.count() == 0;
 }
 
+field_sources sheet_tidier::sources_of(const std::vector<cell>& row) const noexcept {
+  field_sources sources = columns_.select(row);
+  map_texts(settings_.maps, sources);
+  return sources;
+}
+
 // A unit that is the same text for all rows says nothing about this one.
 bool sheet_tidier::is_blank_point(const std::vector<cell>& row,
                                   const field_sources& sources) const noexcept {
@@ -207,7 +217,7 @@ bool sheet_tidier::is_header(const std::vector<cell>& row,
 void sheet_tidier::take(const std::vector<cell>& row) {
   widest_ = std::max(widest_, row.size());
   if (refuse_defects(row, refused_) || is_blank_row(row)) return;
-  const field_sources sources = columns_.select(row);
+  const field_sources sources = sources_of(row);
   if (is_header(row, sources)) return note_header(row, sources);
   tell_header();
   has_begun_ = true;
@@ -223,6 +233,7 @@ void sheet_tidier::take(const std::vector<cell>& row) {
 
 void sheet_tidier::take_point(const std::vector<cell>& row, field_sources sources) {
   if (refuse_surplus(row)) return;
+  note_unmapped(settings_.maps, columns_.select(row), unmapped_);
   fill_.put(sources);
   numbers_.put(columns_, sources, refused_);
   if (!references_.write(sources, refused_)) return;
@@ -233,7 +244,7 @@ void sheet_tidier::take_point(const std::vector<cell>& row, field_sources source
 void sheet_tidier::look_ahead(row_reader reader, bool seeks_comma) {
   std::vector<cell> row;
   for (bool has_begun = has_begun_; (seeks_comma || references_.has_form()) && reader.next(row);) {
-    const field_sources sources = columns_.select(row);
+    const field_sources sources = sources_of(row);
     has_begun = has_begun || is_point(sources);
     if (!has_begun || is_blank_point(row, sources)) continue;
     references_.note(sources);
@@ -246,7 +257,7 @@ void sheet_tidier::look_ahead(row_reader reader, bool seeks_comma) {
 void sheet_tidier::note_skipped(row_reader reader) {
   std::vector<cell> row;
   while (reader.next(row)) {
-    const field_sources sources = columns_.select(row);
+    const field_sources sources = sources_of(row);
     if (!is_point(sources) && !is_blank_point(row, sources)) headers_.insert(row_key(row));
   }
 }

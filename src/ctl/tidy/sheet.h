@@ -8,6 +8,7 @@
 #include "columns.h"
 #include "fill_down.h"
 #include "reference_form.h"
+#include "text_map.h"
 
 namespace ruvex {
 
@@ -17,6 +18,7 @@ struct sheet_settings {
   column_list columns;
   // Put in the place of what a mapping file cannot hold, see strict_form; nothing: that is refused.
   std::optional<std::string_view> replacement;
+  source_maps maps;
   source_set filled;                        // whose blank cells get the text above them
   std::optional<reference_form> reference;  // nothing: the references are whole
 };

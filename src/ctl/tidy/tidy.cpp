@@ -1,3 +1,5 @@
+#include <cstddef>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -14,6 +16,7 @@
 #include "table_text.h"
 #include "text/encoding.h"
 #include "text/texts.h"
+#include "text_map.h"
 #include "unwritable.h"
 
 namespace ruvex {
@@ -22,6 +25,7 @@ namespace {
 struct tidy_settings {
   text_encoding encoding = text_encoding::automatic;
   sheet_settings sheet;
+  std::map<std::size_t, std::string> map_paths;  // by source
   bool shows_header = false;
 };
 
@@ -41,6 +45,14 @@ bool take_delimiter(tidy_settings& settings, std::string_view text) {
   if (!is_ascii || text.find_first_of("\"\r\n") != std::string_view::npos) return false;
   settings.sheet.delimiter = text.front();
   return true;
+}
+
+// FIELD:FILE. The file is read when the whole command line is known to be right.
+bool take_map(tidy_settings& settings, std::string_view text) {
+  const std::size_t colon = text.find(':');
+  if (colon == text.npos || colon + 1 == text.size()) return false;
+  const std::optional<std::size_t> source = find_source(text.substr(0, colon));
+  return source && settings.map_paths.emplace(*source, text.substr(colon + 1)).second;
 }
 
 constexpr option_row<tidy_settings> option_rows[] = {
@@ -68,6 +80,7 @@ constexpr option_row<tidy_settings> option_rows[] = {
      }},
     {"header", false,
      [](tidy_settings& settings, std::string_view) { return settings.shows_header = true; }},
+    {"map", true, take_map},
     {"reference", true,
      [](tidy_settings& settings, std::string_view text) {
        settings.sheet.reference = parse_reference_form(text);
@@ -87,16 +100,29 @@ void tell_assumed(const char* path, text_encoding encoding) noexcept {
   if (encoding == text_encoding::cp1252) complain("%s: taken as Windows-1252", path);
 }
 
-std::optional<std::string> read_text(const char* path, text_encoding encoding) {
+// `hint` follows what is wrong with the text.
+std::optional<std::string> read_text(const char* path, text_encoding encoding, const char* hint) {
   std::optional<std::string> content = read_content(path);
   if (!content) return std::nullopt;
   decoded_text decoded = decode_text(std::move(*content), encoding);
   if (encoding == text_encoding::automatic) tell_assumed(path, decoded.encoding);
   if (decoded.defect != nullptr) {
-    refusals(path).add(decoded.place, "%s; see --encoding", decoded.defect);
+    refusals(path).add(decoded.place, "%s%s", decoded.defect, hint);
     return std::nullopt;
   }
   return std::move(decoded.text);
+}
+
+// Reads the maps of the settings. False after refusals or complaints.
+bool read_maps(tidy_settings& settings) {
+  for (const auto& [source, path] : settings.map_paths) {
+    const std::optional<std::string> text = read_text(path.c_str(), text_encoding::automatic, "");
+    if (!text) return false;
+    std::optional<text_map> map = parse_text_map(path.c_str(), *text);
+    if (!map) return false;
+    settings.sheet.maps.emplace(source, std::move(*map));
+  }
+  return true;
 }
 
 int complain_of_field(std::string_view name) {
@@ -123,7 +149,8 @@ int run_tidy(int argc, char** argv) {
                            "are given together");
   }
   const char* const path = operands(argc, argv).front();
-  const std::optional<std::string> text = read_text(path, settings.encoding);
+  if (!read_maps(settings)) return ctl_trouble;
+  const std::optional<std::string> text = read_text(path, settings.encoding, "; see --encoding");
   if (!text) return ctl_trouble;
   const auto work = settings.shows_header ? show_header : tidy_sheet;
   const std::optional<std::string> lines = work(path, *text, settings.sheet);
@@ -166,6 +193,9 @@ output. What is left out is told on standard error.
                     name, for merged cells: unit, table, data type,
                     object type, units
   --header          print the header of FILE and what its columns become
+  --map=FIELD:FILE  put other texts in the place of those of the field with
+                    this name; each row of FILE has two: the one of the list,
+                    and the one for it
   --reference=FORM  the references are numbers within a table of registers:
                       4+1  in table 4 (or 0, 1, 3), counted from 0
                       4+0  the same, counted from 1
