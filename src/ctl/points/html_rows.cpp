@@ -124,7 +124,7 @@ void append_told(std::string& out, const finding& told) {
   const rule_row& row = row_of(told.id);
   const std::string_view level = row.level == severity::error ? "error" : "warning";
   append_all(out, "<li class=\"", level, "\"><b>Line ", told.line, ", ", level, ":</b> ",
-             html_text{told.text}, " <span class=\"rule\">[", row.name, "]</span></li>");
+             html_text{text_of(told)}, " <span class=\"rule\">[", row.name, "]</span></li>");
 }
 
 }  // namespace ruvex

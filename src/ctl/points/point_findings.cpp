@@ -21,6 +21,7 @@ void point_findings::add(const std::vector<finding>& found, std::optional<std::i
   if (key) keys_.resize(list.size(), *key);
 }
 
+// None of its lines is too long, or it would not have been loaded.
 void point_findings::examine_mapping() {
   mapping_check check;
   line_splitter lines(source_.content, max_mapping_line);
@@ -29,7 +30,6 @@ void point_findings::examine_mapping() {
   for (std::int64_t line = 1; (got = lines.next(text)) != line_result::end; ++line) {
     const std::int64_t before = check.points();
     check.check_line(got, text);
-    if (got == line_result::too_long) lines.skip_line();
     const bool is_point = check.points() != before;
     add(check.findings(), is_point ? std::optional(line) : std::nullopt);
   }

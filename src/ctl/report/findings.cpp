@@ -69,11 +69,7 @@ bool finding_report::counts(rule id) const noexcept {
 }
 
 void finding_report::append_text(std::string_view file, const finding& finding, severity level) {
-  std::string text;
-  if (finding.field != no_field) {
-    text = message("field ", finding.field, " (", mapping_columns[finding.field].name, "): ");
-  }
-  text += finding.text;
+  std::string text = text_of(finding);
   append(text, " ["), append(text, row_of(finding.id).name), append(text, "]");
   paint colours;
   if (is_coloured_) colours = level == severity::error ? error_paint : warning_paint;

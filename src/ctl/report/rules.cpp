@@ -2,6 +2,8 @@
 
 #include <array>
 
+#include "text/texts.h"
+
 namespace ruvex {
 namespace {
 
@@ -84,6 +86,12 @@ static_assert([] {
 }());
 
 }  // namespace
+
+std::string text_of(const finding& finding) {
+  if (finding.field == no_field) return finding.text;
+  const std::string_view name = mapping_columns[finding.field].name;
+  return message("field ", finding.field, " (", name, "): ", finding.text);
+}
 
 const rule_row& row_of(rule id) noexcept {
   return rows[static_cast<std::size_t>(id)];

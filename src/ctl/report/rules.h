@@ -103,6 +103,9 @@ struct finding {
 };
 inline constexpr std::size_t no_field = max_mapping_fields;
 
+// What a finding says, behind its field where it has one: "field 2 (name): is empty".
+std::string text_of(const finding& finding);
+
 // The row of a rule.
 const rule_row& row_of(rule id) noexcept;
 
