@@ -27,6 +27,7 @@ std::size_t usual_cells(std::string_view text, char delimiter) {
 }  // namespace
 
 char find_delimiter(std::string_view text) {
+  text.remove_prefix(std::min(text.find_first_not_of("\r\n"), text.size()));
   std::size_t most = 0;
   char found = ',';
   for (const char delimiter : {',', ';', '\t', '|'}) {  // the earlier ones are preferred

@@ -13,14 +13,16 @@ namespace {
 
 // Whether a row has its two texts and no third.
 bool is_pair(const std::vector<cell>& row, refusals& refused) {
-  const std::size_t refused_before = refused.count();
-  for (std::size_t column = 0; column < row.size(); ++column) {
-    const bool is_blank = without_blanks(row[column].text).empty();
-    if (is_blank && column < 2) refused.add(row[column].place, "this text is blank");
-    if (!is_blank && column >= 2) refused.add(row[column].place, "a third text");
+  if (row.size() < 2) {
+    refused.add(row.front().place, "this row has one text; it needs two");
+    return false;
   }
-  if (row.size() < 2) refused.add(row.front().place, "this row has one text; it needs two");
-  return refused.count() == refused_before;
+  for (std::size_t column = 0; column < row.size(); ++column) {
+    if (without_blanks(row[column].text).empty() != (column < 2)) continue;
+    refused.add(row[column].place, column < 2 ? "this text is blank" : "a third text");
+    return false;
+  }
+  return true;
 }
 
 void add_pair(const std::vector<cell>& row, text_map& map, refusals& refused) {

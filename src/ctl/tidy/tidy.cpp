@@ -214,9 +214,11 @@ output. What is left out is told on standard error.
 Later rows without a unit and a reference are left out, and so are repeated
 headers. A blank cell gets the text that keeps the default. A decimal comma in
 a COV increment or a scale becomes a point; 1,500 is refused, as it may be 1.5
-or 1500, and so is 1.500 in a FILE with decimal commas. In the label, which is
-not used, commas, quotes and line ends become blanks. A FILE that is "-" is
-standard input. The exit status is 0, or 2 in case of trouble.
+or 1500, and so is 1.500 in a FILE with decimal commas. What a spreadsheet did
+not show as it is (#REF!, ####, 4.00E+04) is refused where a number belongs. In
+the label, which is not used, commas, quotes and line ends become blanks. A
+FILE that is "-" is standard input. The exit status is 0, or 2 in case of
+trouble.
 
 The fields are: 0 label, 1 COV increment, 2 name, 3 unit, 4 reference,
 5 data type, 6 object type, 7 instance, 8 units, 9 description, 10 bit number,
@@ -229,6 +231,7 @@ Examples:
   ruvexctl tidy --columns=1,=0,3,5-12 export.csv > plant.csv
   ruvexctl tidy --columns=Unit=Slave,Reference=Register --header export.csv
   ruvexctl tidy --columns=1-6,=ANALOG_VALUE,=#100 --reference=4+1 export.csv
+  ruvexctl tidy --fill=unit --map=units:units.csv export.csv > plant.csv
 )",
     run_tidy};
 
