@@ -28,6 +28,11 @@ function __ruvexctl_values # of the option that is being written
       set values auto utf-8 utf-16 latin1 cp1252
     case tidy--delimiter
       set values auto comma semicolon tab pipe
+    case tidy--fill
+      set before (string match -r '.*[=,]' -- $token)
+      set values unit table units
+    case tidy--reference
+      set values {0,1,3,4,column,table,function}+{0,1}
   end
   printf '%s\n' $before$values
 end

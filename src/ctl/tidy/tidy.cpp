@@ -231,7 +231,8 @@ Examples:
   ruvexctl tidy --columns=1,=0,3,5-12 export.csv > plant.csv
   ruvexctl tidy --columns=Unit=Slave,Reference=Register --header export.csv
   ruvexctl tidy --columns=1-6,=ANALOG_VALUE,=#100 --reference=4+1 export.csv
-  ruvexctl tidy --fill=unit --map=units:units.csv export.csv > plant.csv
+  ruvexctl tidy --map='data type:types.csv' export.csv > plant.csv
+  xlsx2csv plant.xlsx | ruvexctl tidy --fill=unit - > plant.csv
 )",
     run_tidy};
 
