@@ -233,7 +233,7 @@ void sheet_tidier::take(const std::vector<cell>& row) {
 
 void sheet_tidier::take_point(const std::vector<cell>& row, field_sources sources) {
   if (refuse_surplus(row)) return;
-  note_unmapped(settings_.maps, columns_.select(row), unmapped_);
+  if (!settings_.maps.empty()) note_unmapped(settings_.maps, columns_.select(row), unmapped_);
   fill_.put(sources);
   numbers_.put(columns_, sources, refused_);
   if (!references_.write(sources, refused_)) return;

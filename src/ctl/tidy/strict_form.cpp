@@ -54,6 +54,11 @@ std::string joined(const std::array<std::string, max_mapping_fields>& texts) {
   return line;
 }
 
+// A text may look like a number that has been spoilt.
+std::string_view defect_of(const mapping_column& column, std::string_view text) noexcept {
+  return is_text(column.field) ? std::string_view() : spreadsheet_defect(text);
+}
+
 }  // namespace
 
 // Scaling is taken or left as a whole, so a blank end beside one that is given gets its default.
@@ -91,8 +96,7 @@ void strict_form::refuse(const mapping_column& column, const text_place& place,
     refused.add(place, "field %zu (%s) holds %s, which a mapping file cannot hold%s", field,
                 column.name.data(), unwritable,
                 is_text(column.field) && !replacement_ ? "; see --replace" : "");
-  } else if (const std::string_view defect = spreadsheet_defect(text);
-             !defect.empty() && !is_text(column.field)) {
+  } else if (const std::string_view defect = defect_of(column, text); !defect.empty()) {
     refused.add(place, "field %zu (%s): %s %s", field, column.name.data(),
                 message(quoted{text}).c_str(), defect.data());
   } else if (decimal_comma_line_ != 0) {
