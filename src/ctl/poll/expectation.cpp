@@ -1,0 +1,135 @@
+#include "expectation.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <map>
+
+#include "command.h"
+#include "input.h"
+#include "points/point_view.h"
+#include "poll_columns.h"
+#include "report/place_message.h"
+#include "text/cells.h"
+#include "text/characters.h"
+#include "text/texts.h"
+
+namespace ruvex {
+namespace {
+
+constexpr std::string_view expected_columns[] = {"unit",   "reference", "name",
+                                                 "status", "raw",       "value"};
+enum expected_column : std::size_t { of_unit, of_reference, of_name, of_status, of_raw, of_value };
+using column_places = std::array<std::size_t, std::size(expected_columns)>;
+
+// The places of the columns in a header; false when one is not there.
+bool find_columns(const std::vector<cell>& header, column_places& places) {
+  for (std::size_t at = 0; at < places.size(); ++at) {
+    const auto found = std::ranges::find(header, expected_columns[at], &cell::text);
+    if (found == header.end()) return false;
+    places[at] = static_cast<std::size_t>(found - header.begin());
+  }
+  return true;
+}
+
+bool is_near(std::string_view value, std::string_view wanted, const poll_tolerance& tolerance) {
+  double number = 0;
+  double expected = 0;
+  if (!parse_decimal(value, number) || !parse_decimal(wanted, expected)) return false;
+  const double room =
+      tolerance.is_share ? std::fabs(expected) * tolerance.size / 100 : tolerance.size;
+  return std::fabs(number - expected) <= room;
+}
+
+void tell_difference(const char* path, const poll_row& row, std::string_view text) {
+  std::string name = "unit ";
+  append_unit(name, *row.unit);
+  const auto line = static_cast<std::size_t>(row.line);
+  print_message(
+      {path, line, line, 0, "error",
+       message(name, ", ", row.chn->reg_num.view(), " (", row.chn->name.view(), "): ", text)});
+}
+
+}  // namespace
+
+bool parse_tolerance(std::string_view text, poll_tolerance& tolerance) noexcept {
+  const bool is_share = text.ends_with('%');
+  if (is_share) text.remove_suffix(1);
+  double size = 0;
+  if (!parse_decimal(text, size) || !(size >= 0)) return false;
+  tolerance = {size, is_share};
+  return true;
+}
+
+std::string expectation::key_of(std::string_view unit, std::string_view reference,
+                                std::string_view name) {
+  return message(unit, "\n", reference, "\n", name);
+}
+
+bool expectation::load(const char* path) {
+  const std::optional<std::string> content = read_content(path);
+  if (!content) return false;
+  path_ = path;
+  row_reader reader(*content, ',');
+  std::vector<cell> row;
+  column_places places = {};
+  if (!reader.next(row) || !find_columns(row, places)) {
+    complain("%s: is no output of ruvexctl poll --format=csv", path);
+    return false;
+  }
+  const std::size_t width = row.size();
+  while (reader.next(row)) {
+    if (row.size() != width) {
+      complain("%s:%zu: has not as many cells as the header", path, row.front().place.line);
+      return false;
+    }
+    const auto text = [&](expected_column column) { return row[places[column]].text; };
+    entries_.push_back({key_of(text(of_unit), text(of_reference), text(of_name)), text(of_raw),
+                        text(of_value), row.front().place.line, !text(of_raw).empty()});
+  }
+  std::ranges::stable_sort(entries_, {}, &entry::key);
+  return true;
+}
+
+bool expectation::compare(const char* path, std::span<const poll_row> rows,
+                          std::span<reading> readings, const poll_tolerance& tolerance,
+                          bool is_whole) const {
+  std::map<std::string, std::size_t> seen;  // how many points of a key
+  std::vector<bool> is_used(entries_.size());
+  bool is_same = true;
+  for (const poll_row& row : rows) {
+    std::string unit;
+    append_unit(unit, *row.unit);
+    const std::string key = key_of(unit, row.chn->reg_num.view(), row.chn->name.view());
+    const auto [from, end] = std::ranges::equal_range(entries_, key, {}, &entry::key);
+    const std::size_t before = seen[key]++;
+    if (before >= static_cast<std::size_t>(end - from)) {
+      tell_difference(path, row, message("not in ", path_));
+      is_same = false;
+      continue;
+    }
+    const entry& wanted = from[static_cast<std::ptrdiff_t>(before)];
+    is_used[static_cast<std::size_t>(&wanted - entries_.data())] = true;
+    reading& got = readings[row.number];
+    if (!wanted.is_read || !is_read(got)) continue;
+    std::string value;
+    std::string raw;
+    append_value(value, row, got);
+    append_raw(raw, row, got);
+    const bool is_equal = value.empty() ? raw == wanted.raw : value == wanted.value;
+    if (is_equal || is_near(value, wanted.value, tolerance)) continue;
+    got.status = read_status::differs;
+    is_same = false;
+    tell_difference(
+        path, row,
+        message("reads ", value, " (", raw, "), expected ", wanted.value, " (", wanted.raw, ")"));
+  }
+  for (const entry& wanted : entries_) {
+    if (!is_whole || is_used[static_cast<std::size_t>(&wanted - entries_.data())]) continue;
+    print_message({path_, wanted.line, wanted.line, 0, "error", "the list has no such point"});
+    is_same = false;
+  }
+  return is_same;
+}
+
+}  // namespace ruvex

@@ -1,0 +1,116 @@
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <string>
+
+#include "bus/point_value.h"
+#include "points/point_view.h"
+#include "poll_report.h"
+#include "text/characters.h"
+#include "text/texts.h"
+
+namespace ruvex {
+namespace {
+
+void print_hint(std::string_view where, std::string_view text) {
+  std::string line;
+  append_visible(line, where);
+  line += message(": hint: ", text, "\n");
+  std::fputs(line.c_str(), stderr);
+}
+
+std::string called(const bus_unit& unit) {
+  std::string name = "unit ";
+  append_unit(name, *unit.unit);
+  return name;
+}
+
+// What a sensor or a meter sends; 0 says nothing about the order of words.
+bool is_sane(float value) noexcept {
+  const float size = std::fabs(value);
+  return value == 0 || (size >= 1e-4F && size <= 1e9F);
+}
+
+bool is_sane_in_other_order_only(const bus_point& point, const reading& got) noexcept {
+  const value_form form = form_of(point);
+  if (form.kind != value_kind::floating) return false;
+  const mod_word_order other = form.order == mod_word_order::high_first
+                                   ? mod_word_order::low_first
+                                   : mod_word_order::high_first;
+  const float turned = mod_getFloat(got.words, other);
+  return !is_sane(mod_getFloat(got.words, form.order)) && is_sane(turned) && turned != 0;
+}
+
+void hint_at_word_order(const bus_unit& unit, const poll_result& result) {
+  std::size_t count = 0;
+  const bus_point* first = nullptr;
+  for (const bus_point& point : unit.points) {
+    const reading& got = result.readings[point.number];
+    if (!is_read(got) || !is_sane_in_other_order_only(point, got)) continue;
+    if (++count == 1) first = &point;
+  }
+  if (count == 0) return;
+  const std::string_view more = count == 1 ? " makes" : " and others make";
+  print_hint(called(unit), message(first->chn->reg_num.view(), more,
+                                   " sense in the other word order only: LO/HI or HI/LO?"));
+}
+
+void hint_at_shift(const bus_unit& unit, const unit_sum& sum) {
+  if (sum.shift == 0) return;
+  print_hint(called(unit),
+             message("each point is an illegal address, and the register ",
+                     sum.shift < 0 ? "before" : "behind", " the first one answers: off by one?"));
+}
+
+struct line_answers {
+  std::size_t asked = 0, answering = 0;  // units
+  std::uint64_t answers = 0, corrupt = 0;
+};
+
+line_answers answers_on(const poll_line& line, const poll_result& result) noexcept {
+  line_answers sum;
+  for (const std::size_t number : line.units) {
+    const unit_sum& unit = result.sums[number];
+    sum.asked += unit.requests != 0 ? 1 : 0;
+    sum.answering += unit.answers != 0 ? 1 : 0;
+    sum.answers += unit.answers;
+    sum.corrupt += unit.corrupt;
+  }
+  return sum;
+}
+
+void hint_at_silent_units(const poll_line& line, const poll_result& result) {
+  for (const std::size_t number : line.units) {
+    const unit_sum& sum = result.sums[number];
+    const bool is_silent = sum.requests != 0 && sum.answers == 0 && sum.corrupt == 0;
+    if (!is_silent) continue;
+    print_hint(called(result.devices.units[number]),
+               "it is silent while others answer: address or wiring?");
+  }
+}
+
+void hint_at_line(const poll_line& line, const poll_result& result) {
+  const line_answers sum = answers_on(line, result);
+  const bool is_serial = line.place.host.empty();
+  if (sum.answering != 0) hint_at_silent_units(line, result);
+  if (!is_serial || sum.asked == 0) return;
+  if (sum.answers == 0 && sum.corrupt == 0) {
+    print_hint("serial line", "all units are silent: speed, parity, A and B?");
+  }
+  if (sum.corrupt * 10 > sum.answers + sum.corrupt) {
+    print_hint("serial line", message(sum.corrupt, " of ", sum.answers + sum.corrupt,
+                                      " answers were damaged: termination?"));
+  }
+}
+
+}  // namespace
+
+void print_hints(const poll_result& result) {
+  for (std::size_t at = 0; at < result.devices.units.size(); ++at) {
+    hint_at_shift(result.devices.units[at], result.sums[at]);
+    hint_at_word_order(result.devices.units[at], result);
+  }
+  for (const auto& line : result.lines.all()) hint_at_line(*line, result);
+}
+
+}  // namespace ruvex

@@ -1,0 +1,34 @@
+// What `ruvexctl poll` says beside the rows, on standard error: failures, hints, sums.
+#pragma once
+
+#include <span>
+#include <string_view>
+
+#include "bus/devices.h"
+#include "lines.h"
+#include "poll_list.h"
+#include "reading.h"
+
+namespace ruvex {
+
+// What was polled, and what has come of it.
+struct poll_result {
+  const char* path;
+  const device_list& devices;
+  const poll_lines& lines;
+  std::span<const poll_row> rows;
+  std::span<const reading> readings;  // of the points, by number
+  std::span<const unit_sum> sums;     // of the units of `devices`
+};
+
+// Prints a message for each point that was not read; those that follow each other in the file and
+// have failed alike share one. Points that are not as expected are left to others.
+void print_failures(const poll_result& result);
+
+// Prints what the failures together point at, where something does.
+void print_hints(const poll_result& result);
+
+// Prints a line for each unit, and one for all where there are several.
+void print_sums(const poll_result& result);
+
+}  // namespace ruvex
