@@ -41,6 +41,29 @@ bool is_near(std::string_view value, std::string_view wanted, const poll_toleran
   return std::fabs(number - expected) <= room;
 }
 
+// A value as poll shows it.
+struct shown_value {
+  std::string raw, value;
+};
+
+shown_value shown_value_of(const poll_row& row, const reading& reading) {
+  shown_value shown;
+  append_raw(shown.raw, row, reading);
+  append_value(shown.value, row, reading);
+  return shown;
+}
+
+// Where there is no value the words are compared.
+bool is_expected(const shown_value& now, const shown_value& wanted,
+                 const poll_tolerance& tolerance) {
+  if (now.value.empty() || wanted.value.empty()) return now.raw == wanted.raw;
+  return now.value == wanted.value || is_near(now.value, wanted.value, tolerance);
+}
+
+std::string text_of(const shown_value& shown) {
+  return shown.value.empty() ? shown.raw : message(shown.value, " (", shown.raw, ")");
+}
+
 void tell_difference(const char* path, const poll_row& row, std::string_view text) {
   std::string name = "unit ";
   append_unit(name, *row.unit);
@@ -91,38 +114,42 @@ bool expectation::load(const char* path) {
   return true;
 }
 
+const expectation::entry* expectation::find(const std::string& key,
+                                            std::size_t turn) const noexcept {
+  const auto [from, end] = std::ranges::equal_range(entries_, key, {}, &entry::key);
+  return turn < static_cast<std::size_t>(end - from) ? &from[static_cast<std::ptrdiff_t>(turn)]
+                                                     : nullptr;
+}
+
 bool expectation::compare(const char* path, std::span<const poll_row> rows,
                           std::span<reading> readings, const poll_tolerance& tolerance,
                           bool is_whole) const {
-  std::map<std::string, std::size_t> seen;  // how many points of a key
+  std::map<std::string, std::size_t> turns;  // of the next point of a key
   std::vector<bool> is_used(entries_.size());
   bool is_same = true;
+  const auto complain_of = [&](const poll_row& row, std::string_view text) {
+    tell_difference(path, row, text);
+    is_same = false;
+  };
   for (const poll_row& row : rows) {
     std::string unit;
     append_unit(unit, *row.unit);
     const std::string key = key_of(unit, row.chn->reg_num.view(), row.chn->name.view());
-    const auto [from, end] = std::ranges::equal_range(entries_, key, {}, &entry::key);
-    const std::size_t before = seen[key]++;
-    if (before >= static_cast<std::size_t>(end - from)) {
-      tell_difference(path, row, message("not in ", path_));
-      is_same = false;
+    const entry* const wanted = find(key, turns[key]++);
+    reading& got = readings[row.number];
+    if (wanted == nullptr) {
+      complain_of(row, message("is not in ", path_));
       continue;
     }
-    const entry& wanted = from[static_cast<std::ptrdiff_t>(before)];
-    is_used[static_cast<std::size_t>(&wanted - entries_.data())] = true;
-    reading& got = readings[row.number];
-    if (!wanted.is_read || !is_read(got)) continue;
-    std::string value;
-    std::string raw;
-    append_value(value, row, got);
-    append_raw(raw, row, got);
-    const bool is_equal = value.empty() ? raw == wanted.raw : value == wanted.value;
-    if (is_equal || is_near(value, wanted.value, tolerance)) continue;
+    is_used[static_cast<std::size_t>(wanted - entries_.data())] = true;
+    const shown_value now = shown_value_of(row, got);
+    if (!wanted->is_read || !is_read(got) ||
+        is_expected(now, {wanted->raw, wanted->value}, tolerance)) {
+      continue;
+    }
     got.status = read_status::differs;
-    is_same = false;
-    tell_difference(
-        path, row,
-        message("reads ", value, " (", raw, "), expected ", wanted.value, " (", wanted.raw, ")"));
+    complain_of(row,
+                message("is ", text_of(now), ", expected ", text_of({wanted->raw, wanted->value})));
   }
   for (const entry& wanted : entries_) {
     if (!is_whole || is_used[static_cast<std::size_t>(&wanted - entries_.data())]) continue;

@@ -28,11 +28,11 @@ class expectation {
   // Reads the file. False after a complaint.
   bool load(const char* path);
 
-  // Makes each point that was read and has another value than was expected `differs`, with a
-  // message for `path`, and tells which points one of the two lacks (those that only the file has,
-  // where the list `is_whole`). A point is found by unit, reference and name; of several that have
-  // all alike the first belongs to the first. What was not read then is expected to be anything.
-  // True when all is as expected.
+  // Makes each point that was read and has another value than was expected `differs`, and tells
+  // each of them, and the points that one of the two lacks, with a message; `path` is the list's,
+  // which `is_whole` where nothing was left out. A point is found by unit, reference and name; of
+  // several that have all alike the first belongs to the first. What was not read then may be
+  // anything. True when all is as expected.
   bool compare(const char* path, std::span<const poll_row> rows, std::span<reading> readings,
                const poll_tolerance& tolerance, bool is_whole) const;
 
@@ -45,6 +45,9 @@ class expectation {
   };
   static std::string key_of(std::string_view unit, std::string_view reference,
                             std::string_view name);
+
+  // The entry of a point that is the `turn`th of its key, from 0; null when there is none.
+  const entry* find(const std::string& key, std::size_t turn) const noexcept;
 
   std::string path_;
   std::vector<entry> entries_;  // by key

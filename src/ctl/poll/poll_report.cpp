@@ -57,12 +57,13 @@ void print_failure(const poll_row& first, const poll_row& last, std::size_t coun
                    const poll_result& result) {
   std::string text = "unit ";
   append_unit(text, *first.unit);
+  const bool has_place = first.point != nullptr;
+  const bool is_range = has_place && first.point->offset != last.point->offset;
   text += message(", ", first.chn->reg_num.view());
-  if (count > 1) text += message(" to ", last.chn->reg_num.view());
-  if (first.point != nullptr) text += message(" (wire address ", first.point->offset);
-  if (count > 1) text += message(" to ", last.point->offset);
-  if (first.point != nullptr) text += ")";
-  text += message(": ", failure_of(first, result));
+  if (is_range) text += message(" to ", last.chn->reg_num.view());
+  if (has_place) text += message(" (wire address ", first.point->offset);
+  if (is_range) text += message(" to ", last.point->offset);
+  text += message(has_place ? "): " : ": ", failure_of(first, result));
   if (count > 1) text += message(", ", count, " points");
   print_message({result.path, static_cast<std::size_t>(first.line),
                  static_cast<std::size_t>(last.line), 0, "error", text});
