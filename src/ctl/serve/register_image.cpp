@@ -13,11 +13,6 @@ table_place place_in_unit(const served_point& served) noexcept {
   return {served.point.table, served.point.offset};
 }
 
-// In which a mask keeps the bits of its neighbours.
-std::uint16_t under_mask(std::uint16_t kept, std::uint16_t word, std::uint16_t mask) noexcept {
-  return static_cast<std::uint16_t>((kept & ~mask) | (word & mask));
-}
-
 served_unit& unit_for(register_image& image, station& where, std::uint8_t number) {
   served_unit* unit = where.unit(number);
   if (unit == nullptr) {
@@ -96,18 +91,8 @@ std::array<std::uint16_t, 2> served_unit::words_of(const served_point& served) n
 
 void served_unit::put_words(const served_point& served,
                             std::array<std::uint16_t, 2> words) noexcept {
-  const value_form form = served_form(served);
-  std::array<std::uint16_t, 2> masks = {0xFFFF, 0xFFFF};
-  if (form.kind == value_kind::masked && form.words == 2) {
-    mod_putLong(masks.data(), form.mask, form.order);
-  } else if (form.kind == value_kind::masked) {
-    masks[0] = static_cast<std::uint16_t>(form.mask);
-  }
   std::size_t at = 0;
-  for (register_cell& cell : cells_of(served)) {
-    cell.word = under_mask(cell.word, words[at], masks[at]);
-    ++at;
-  }
+  for (register_cell& cell : cells_of(served)) cell.word = words[at++];
 }
 
 bool served_unit::put(const served_point& served, double value) noexcept {
@@ -123,6 +108,7 @@ bool served_unit::is_read(const served_point& served) noexcept {
 
 register_image image_of(const device_list& list, unit_grouping grouping) {
   register_image image;
+  if (grouping == unit_grouping::number) image.stations[""];  // also of a list without units
   for (const bus_unit& unit : list.units) {
     if (unit.defect != unit_defect::none) {
       ++image.left_out;

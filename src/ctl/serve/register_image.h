@@ -73,7 +73,7 @@ class served_unit {
   // hold it.
   bool put(const served_point& served, double value) noexcept;
 
-  // Puts the words themselves; those of a masked point only under its mask.
+  // Puts the words themselves.
   void put_words(const served_point& served, std::array<std::uint16_t, 2> words) noexcept;
 
   // Whether every register of a point has been read.

@@ -1,6 +1,7 @@
 // What is done with a request, wherever it has come from.
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <mutex>
@@ -8,7 +9,10 @@
 #include <string_view>
 
 #include "answer.h"
+#include "faults.h"
+#include "journal.h"
 #include "register_image.h"
+#include "values.h"
 
 namespace ruvex {
 
@@ -19,7 +23,9 @@ struct requester {
 };
 
 struct reply {
-  std::size_t size;  // 0: silence
+  std::size_t size = 0;  // 0: silence
+  std::int32_t delay_ms = 0;
+  bool is_stale = false;  // it is to look like the answer to another request
 };
 
 struct request_tally {
@@ -30,17 +36,28 @@ struct request_tally {
 // Answers requests, of several threads too.
 class responder {
  public:
-  explicit responder(const answer_rules& rules) noexcept : rules_(rules) {}
+  // The journal and the faults outlive it.
+  responder(const answer_rules& rules, value_pattern pattern, const planted_faults& faults,
+            journal& told) noexcept
+      : rules_(rules), pattern_(pattern), faults_(faults), told_(told) {}
 
   // Answers a request for the unit `number`: function code and data. `answer` has room for
   // longest_pdu bytes.
   reply respond(const station& where, std::uint8_t number, std::span<const std::uint8_t> request,
                 const requester& from, std::uint8_t* answer);
 
+  // To be read once no thread answers any more.
   const request_tally& tally() const noexcept { return tally_; }
 
  private:
+  std::size_t answer_for(served_unit& unit, const table_request& request, std::uint8_t* answer);
+  double seconds() const noexcept;
+
   const answer_rules rules_;
+  const value_pattern pattern_;
+  const planted_faults& faults_;
+  journal& told_;
+  const std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
   std::mutex mutex_;
   request_tally tally_;
 };

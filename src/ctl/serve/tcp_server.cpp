@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <utility>
 
@@ -28,6 +29,11 @@ constexpr std::size_t most_output = 16384;
 
 // So that those who connect all at once are not turned away.
 constexpr int waiting_connections = 1024;
+
+std::int64_t clock_ms() noexcept {
+  const auto now = std::chrono::steady_clock::now().time_since_epoch();
+  return std::chrono::duration_cast<std::chrono::milliseconds>(now).count();
+}
 
 bool is_later(int error) noexcept {
   return error == EAGAIN || error == EINTR;
@@ -92,7 +98,8 @@ void tcp_server::run(int stop) {
   std::array<epoll_event, 64> events;
   add_to(epoll_, stop);
   while (!is_at_end_) {
-    const int count = ::epoll_wait(epoll_, events.data(), events.size(), -1);
+    const int count = ::epoll_wait(epoll_, events.data(), events.size(), next_wait());
+    release_held();
     for (int at = 0; at < count; ++at) {
       const epoll_event& event = events[static_cast<std::size_t>(at)];
       if (event.data.fd == stop) is_at_end_ = true;
@@ -106,6 +113,25 @@ void tcp_server::handle(int fd, std::uint32_t events) {
   if (from != listeners_.end()) return accept_clients(from->second);
   const auto who = clients_.find(fd);
   if (who != clients_.end() && !serve(who->second, events)) drop(fd);
+}
+
+// Up to the first answer that is held back; without end where there is none.
+int tcp_server::next_wait() const noexcept {
+  if (held_.empty()) return -1;
+  return static_cast<int>(std::max<std::int64_t>(held_.begin()->first - clock_ms(), 0));
+}
+
+// A client that has gone may have left its place here, and its number to another one.
+void tcp_server::release_held() {
+  const std::int64_t now = clock_ms();
+  while (!held_.empty() && held_.begin()->first <= now) {
+    const auto [until, fd] = *held_.begin();
+    held_.erase(held_.begin());
+    const auto who = clients_.find(fd);
+    if (who == clients_.end() || who->second.held_until != until) continue;
+    who->second.held_until = 0;
+    if (!go_on(who->second)) drop(fd);
+  }
 }
 
 void tcp_server::accept_clients(const listener& from) {
@@ -128,13 +154,17 @@ void tcp_server::admit(int fd, const station& where) {
   ++client_count_;
   set_up_client(fd);
   add_to(epoll_, fd);
-  clients_[fd] = {fd, &where, peer_of(fd), {}, {}, false, EPOLLIN};
+  clients_[fd] = {fd, &where, peer_of(fd), {}, {}, false, EPOLLIN, 0};
 }
 
 // False when the client has gone, or is to go.
 bool tcp_server::serve(client& who, std::uint32_t events) {
   if ((events & EPOLLIN) != 0 && !take_input(who)) return false;
   if ((events & (EPOLLERR | EPOLLHUP)) != 0 && (events & EPOLLIN) == 0) return false;
+  return go_on(who);
+}
+
+bool tcp_server::go_on(client& who) {
   if (!send_output(who) || !answer_input(who)) return false;
   if (who.is_over && who.out.empty()) return false;
   watch(who);
@@ -153,7 +183,7 @@ bool tcp_server::take_input(client& who) {
 // As many requests as there are, until answers have to wait.
 bool tcp_server::answer_input(client& who) {
   std::size_t done = 0;
-  while (who.out.size() < most_output) {
+  while (who.out.size() < most_output && who.held_until == 0) {
     const std::span<const std::uint8_t> rest = std::span(who.in).subspan(done);
     const tcp_frame frame = tcp_frame_at(rest);
     if (frame.state == tcp_frame_state::broken) return false;
@@ -176,13 +206,18 @@ void tcp_server::answer_frame(client& who, const std::uint8_t* frame, std::size_
                        {who.name, false}, out + tcp_head_size);
   if (made.size == 0) return who.out.resize(start);
   std::copy_n(frame, tcp_head_size, out);
+  if (made.is_stale) out[1] = static_cast<std::uint8_t>(out[1] - 1);
   const std::size_t told = made.size + 1;
   out[4] = static_cast<std::uint8_t>(told >> 8);
   out[5] = static_cast<std::uint8_t>(told);
   who.out.resize(start + tcp_head_size + made.size);
+  if (made.delay_ms == 0) return;
+  who.held_until = clock_ms() + made.delay_ms;
+  held_.emplace(who.held_until, who.fd);
 }
 
 bool tcp_server::send_output(client& who) {
+  if (who.held_until != 0) return true;
   std::size_t sent = 0;
   while (sent < who.out.size()) {
     const ssize_t gone = ::send(who.fd, who.out.data() + sent, who.out.size() - sent, MSG_NOSIGNAL);
@@ -195,7 +230,8 @@ bool tcp_server::send_output(client& who) {
 }
 
 void tcp_server::watch(client& who) {
-  const std::uint32_t interest = who.out.empty() ? EPOLLIN : EPOLLOUT;
+  const std::uint32_t wanted = who.out.empty() ? EPOLLIN : EPOLLOUT;
+  const std::uint32_t interest = who.held_until != 0 ? 0 : wanted;
   if (std::exchange(who.interest, interest) == interest) return;
   epoll_event event = {};
   event.events = interest;

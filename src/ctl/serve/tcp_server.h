@@ -46,6 +46,7 @@ class tcp_server {
     std::vector<std::uint8_t> out;  // answers that have not gone
     bool is_over;                   // the client sends no more
     std::uint32_t interest;         // the events that are waited for
+    std::int64_t held_until;        // when an answer that is late may go; 0: none is
   };
   struct listener {
     socket_ptr socket;
@@ -53,9 +54,12 @@ class tcp_server {
   };
 
   void handle(int fd, std::uint32_t events);
+  int next_wait() const noexcept;
+  void release_held();
   void accept_clients(const listener& from);
   void admit(int fd, const station& where);
   bool serve(client& who, std::uint32_t events);
+  bool go_on(client& who);
   bool take_input(client& who);
   bool answer_input(client& who);
   void answer_frame(client& who, const std::uint8_t* frame, std::size_t size);
@@ -68,6 +72,7 @@ class tcp_server {
   int epoll_;
   std::map<int, listener> listeners_;
   std::unordered_map<int, client> clients_;
+  std::multimap<std::int64_t, int> held_;  // clients whose answers wait, by the time that ends it
   std::uint64_t client_count_ = 0;
   bool has_told_of_crowd_ = false;
   bool is_at_end_ = false;
