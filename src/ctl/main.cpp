@@ -16,7 +16,7 @@ namespace ruvex {
 namespace {
 
 const command* const commands[] = {&check_command, &show_command, &diff_command, &tidy_command,
-                                   &poll_command};
+                                   &poll_command,  &serve_command};
 
 int run_main(int argc, char** argv);
 
@@ -29,6 +29,7 @@ const command main_command = {"", "SUBCOMMAND [OPTION]... [FILE]...",
   diff    compare the points of two files
   tidy    turn a spreadsheet export into a mapping file
   poll    read every point of a file from its device
+  serve   answer for the devices of a file over Modbus
 
   -h, --help     print this help, or that of a subcommand ("ruvexctl check -h",
                  "ruvexctl help check")

@@ -16,7 +16,7 @@ struct plan_sum {
 };
 
 // Microseconds of a request and its answer on a line with RTU, from silence to silence.
-std::int64_t exchange_us(const read_request& request, std::int64_t baud) noexcept {
+std::int64_t exchange_us(const poll_request& request, std::int64_t baud) noexcept {
   constexpr std::int64_t request_size = 8;
   constexpr std::int64_t answer_overhead = 5;
   constexpr std::int64_t least_silence_us = 1750;
@@ -40,7 +40,7 @@ std::string thousandths(std::int64_t number) {
   return digits.insert(digits.size() - 3, ".");
 }
 
-void print_row(const bus_unit& unit, const read_request& request, std::int64_t us, output& out) {
+void print_row(const bus_unit& unit, const poll_request& request, std::int64_t us, output& out) {
   std::string name;
   append_unit(name, *unit.unit);
   std::string row;
@@ -77,7 +77,7 @@ void print_plan(const device_list& devices, const block_limits& limits,
   for (const bus_unit& unit : devices.units) {
     if (unit.defect != unit_defect::none) continue;
     const bool is_on_line = unit.host.empty() && transport.via.host.empty();
-    for (const read_request& request : requests_for(unit.points, limits)) {
+    for (const poll_request& request : requests_for(unit.points, limits)) {
       const std::int64_t us = is_on_line ? exchange_us(request, transport.format.baud) : 0;
       print_row(unit, request, us, out);
       ++sum.requests;

@@ -164,10 +164,60 @@ int run_poll(int argc, char** argv) {
 
 const command poll_command = {
     "poll", "[OPTION]... FILE",
-    R"(Read every point of FILE from its device and print a row a point. FILE is a
+    R"(Read every point of FILE from its device and print a row a point, with the raw
+registers and the value behind word order, format, mask and scaling. FILE is a
 mapping file, a unit file or a configuration document. Nothing is ever written
-to a device: function codes 1 to 4 only.
+to a device: only function codes 1 to 4 are sent.
 
+The lines:
+      --serial=PATH    serial port of the units without an IP address; without
+                       it or --via they are not asked
+      --line=SETTINGS  its speed and character format; 19200,8E1 unless it or
+                       the document tells
+      --via=HOST[:PORT]
+                       ask the units without an IP address through a Modbus/TCP
+                       gateway
+      --port=N         TCP port of the units with an IP address (502)
+      --timeout=MS     wait so long for an answer or a connection (1000)
+      --retries=N      ask so often again where no right answer comes (1)
+      --delay=MS       pause between the requests to a unit (0)
+
+The points:
+      --unit=LIST      only these units, separated by commas: 5, 10.0.0.5/3,
+                       10.0.0.5 (all there), 5-9 (on the serial line)
+      --points=GLOB    only points whose name matches ("AHU*Temp*")
+      --block=N        registers of a request, 1 to 125 (32); 16 times as many
+                       bits, at most 512
+      --gap=N          registers without a point that may be read along (0)
+      --count=N        poll so often (1); 0: until Ctrl-C
+      --interval=MS    from the start of one time to the next (1000)
+      --force          poll although check finds errors in FILE
+
+The output:
+      --format=FORMAT  table (the default), csv or json (one object a line)
+      --output=FILE    write to FILE, which appears whole or not at all
+      --expect=FILE    compare with the output of an earlier --format=csv
+      --tolerance=N    how far a number may be off; N% of the expected one
+      --plan           print the requests and their time on the serial line,
+                       and send nothing
+      --trace          print each request and its answer on standard error
+      --help           print this help
+      --version        print the version
+
+The units of the serial line are asked one after the other; each host has a
+connection of its own, and all are asked at the same time. A unit that does not
+answer is asked once. Where a device refuses a request, its points are asked
+for in halves until those that it refuses are known.
+
+csv and json have the keys time, line (of a mapping file), unit, reference,
+wire_address, function, status, raw, value, units, name, ms. The status is ok,
+timeout, exception, corrupt, stale, closed, skipped (not asked for), or differs
+(from --expect). There is a value after ok and differs only.
+
+Standard error has a message for each point that was not read, hints at what
+may be the cause, and sums. A FILE that is "-" is standard input. The exit
+status is 0 when each point was read and is as expected, 1 when one was not or
+is not, 2 in case of trouble, 130 after Ctrl-C.
 )",
     run_poll};
 

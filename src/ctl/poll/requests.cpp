@@ -21,7 +21,7 @@ std::int32_t most_items(register_class table, const block_limits& limits) noexce
   return holds_bits(table) ? std::min<std::int32_t>(16 * most, mod_most_coils) : most;
 }
 
-read_request request_for(std::span<const bus_point> points, std::size_t first,
+poll_request request_for(std::span<const bus_point> points, std::size_t first,
                          std::size_t end) noexcept {
   std::int32_t last = 0;
   for (std::size_t at = first; at < end; ++at) last = std::max(last, behind(points[at]));
@@ -56,9 +56,9 @@ void sort_for_requests(std::vector<bus_point>& points) {
   });
 }
 
-std::vector<read_request> requests_for(std::span<const bus_point> points,
+std::vector<poll_request> requests_for(std::span<const bus_point> points,
                                        const block_limits& limits) {
-  std::vector<read_request> requests;
+  std::vector<poll_request> requests;
   for (std::size_t first = 0; first < points.size();) {
     const std::size_t end = end_of_request(points, first, limits);
     requests.push_back(request_for(points, first, end));
@@ -68,12 +68,12 @@ std::vector<read_request> requests_for(std::span<const bus_point> points,
 }
 
 // The points are sorted: where the first and the last one have one place, all have it.
-bool is_divisible(std::span<const bus_point> points, const read_request& request) noexcept {
+bool is_divisible(std::span<const bus_point> points, const poll_request& request) noexcept {
   return !is_same_place(points[request.first], points[request.end - 1]);
 }
 
-std::pair<read_request, read_request> split(std::span<const bus_point> points,
-                                            const read_request& request) noexcept {
+std::pair<poll_request, poll_request> split(std::span<const bus_point> points,
+                                            const poll_request& request) noexcept {
   const auto is_border = [&](std::size_t at) { return !is_same_place(points[at - 1], points[at]); };
   const std::size_t middle = request.first + (request.end - request.first) / 2;
   std::size_t border = middle;

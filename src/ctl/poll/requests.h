@@ -17,7 +17,7 @@ struct block_limits {
 };
 
 // A request for a row of registers or bits, and the points that stand in it.
-struct read_request {
+struct poll_request {
   register_class table;
   std::uint16_t offset;
   std::uint16_t count;
@@ -29,15 +29,15 @@ void sort_for_requests(std::vector<bus_point>& points);
 
 // The requests for points in that order, as few as the limits allow. A value of two registers
 // stands in one request, even where a request is to have one register.
-std::vector<read_request> requests_for(std::span<const bus_point> points,
+std::vector<poll_request> requests_for(std::span<const bus_point> points,
                                        const block_limits& limits);
 
 // Whether a request has points in different places, so that it can be split.
-bool is_divisible(std::span<const bus_point> points, const read_request& request) noexcept;
+bool is_divisible(std::span<const bus_point> points, const poll_request& request) noexcept;
 
 // The two requests for the points of a divisible one, about half of them each.
-std::pair<read_request, read_request> split(std::span<const bus_point> points,
-                                            const read_request& request) noexcept;
+std::pair<poll_request, poll_request> split(std::span<const bus_point> points,
+                                            const poll_request& request) noexcept;
 
 // Whether the items of a table are bits.
 constexpr bool holds_bits(register_class table) noexcept {

@@ -21,7 +21,7 @@ void append_bytes(std::string& out, const std::uint8_t* bytes, std::int32_t coun
 
 }  // namespace
 
-void print_trace(const mod_client& client, const bus_unit& unit, const read_request& request,
+void print_trace(const mod_client& client, const bus_unit& unit, const poll_request& request,
                  const mod_outcome& outcome, std::uint32_t ms) {
   std::string name;
   append_unit(name, *unit.unit);

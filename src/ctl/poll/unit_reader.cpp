@@ -67,16 +67,16 @@ bool unit_reader::run() {
   patience_ = full_patience;
   state_.unit = unit_.unit;
   while (!left_.empty() && patience_ > 0 && !is_line_dead_ && !is_interrupted()) {
-    const read_request request = left_.back();
+    const poll_request request = left_.back();
     left_.pop_back();
     handle(request);
   }
-  for (const read_request& request : left_) state_.done += request.end - request.first;
+  for (const poll_request& request : left_) state_.done += request.end - request.first;
   if (left_.empty()) probe_neighbours();
   return !is_line_dead_;
 }
 
-void unit_reader::handle(const read_request& request) {
+void unit_reader::handle(const poll_request& request) {
   const mod_outcome outcome = ask_while_busy(request);
   if (is_refusal(outcome) && is_divisible(unit_.points, request)) {
     const auto [first, second] = split(unit_.points, request);
@@ -88,7 +88,7 @@ void unit_reader::handle(const read_request& request) {
   lose_patience(outcome);
 }
 
-mod_outcome unit_reader::ask(const read_request& request) {
+mod_outcome unit_reader::ask(const poll_request& request) {
   using std::chrono::floor;
   using std::chrono::milliseconds;
   if (sum_.requests != 0) wait_unless_interrupted(settings_.delay_ms);
@@ -109,7 +109,7 @@ mod_outcome unit_reader::ask(const read_request& request) {
   return outcome;
 }
 
-mod_outcome unit_reader::ask_while_busy(const read_request& request) {
+mod_outcome unit_reader::ask_while_busy(const poll_request& request) {
   mod_outcome outcome = ask(request);
   std::int64_t wait = first_busy_wait_ms;
   for (int left = busy_attempts; is_busy(outcome) && left > 0 && !is_interrupted(); --left) {
@@ -120,7 +120,7 @@ mod_outcome unit_reader::ask_while_busy(const read_request& request) {
   return outcome;
 }
 
-void unit_reader::take(const read_request& request, const mod_outcome& outcome) {
+void unit_reader::take(const poll_request& request, const mod_outcome& outcome) {
   const std::size_t count = request.end - request.first;
   for (std::size_t at = request.first; at < request.end; ++at) {
     const bus_point& point = unit_.points[at];

@@ -48,10 +48,10 @@ class unit_reader {
   bool run();
 
  private:
-  void handle(const read_request& request);
-  mod_outcome ask(const read_request& request);
-  mod_outcome ask_while_busy(const read_request& request);
-  void take(const read_request& request, const mod_outcome& outcome);
+  void handle(const poll_request& request);
+  mod_outcome ask(const poll_request& request);
+  mod_outcome ask_while_busy(const poll_request& request);
+  void take(const poll_request& request, const mod_outcome& outcome);
   void lose_patience(const mod_outcome& outcome) noexcept;
   void probe_neighbours();
   bool answers_at(std::int32_t offset);
@@ -62,7 +62,7 @@ class unit_reader {
   const std::span<reading> readings_;
   unit_sum& sum_;
   poll_state& state_;
-  std::vector<read_request> left_;  // the next one stands at the end
+  std::vector<poll_request> left_;  // the next one stands at the end
   std::uint16_t words_[mod_most_coils] = {};
   std::uint32_t ms_ = 0;  // of the last request
   std::chrono::sys_time<std::chrono::milliseconds> time_ = {};

@@ -1,0 +1,204 @@
+// ruvexctl serve: the devices of a list, answered for before they are there.
+
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "bus/devices.h"
+#include "command.h"
+#include "faults.h"
+#include "input.h"
+#include "journal.h"
+#include "points/load.h"
+#include "register_image.h"
+#include "responder.h"
+#include "summary.h"
+#include "tcp_server.h"
+#include "text/texts.h"
+#include "values.h"
+
+namespace ruvex {
+namespace {
+
+struct serve_settings {
+  std::string address = "127.0.0.1";
+  int port = 1502;
+  answer_rules rules;
+  tcp_settings tcp;
+  unit_grouping grouping = unit_grouping::number;
+  const char* values = nullptr;
+  value_pattern pattern = value_pattern::constant;
+  std::vector<wanted_fault> faults;
+  serve_format format = serve_format::text;
+  bool traces = false;
+};
+
+bool take_listen(serve_settings& settings, std::string_view argument) {
+  const std::size_t colon = argument.rfind(':');
+  unsigned long port = 0;
+  if (colon == std::string_view::npos) return false;
+  if (!parse_number(argument.substr(colon + 1), 65535, port)) return false;
+  settings.address = argument.substr(0, colon);
+  settings.port = static_cast<int>(port);
+  return !settings.address.empty();
+}
+
+constexpr choice<bool> ways_with_writes[] = {{"refuse", false}, {"accept", true}};
+
+constexpr choice<unit_grouping> groupings[] = {{"unit", unit_grouping::number},
+                                               {"address", unit_grouping::address}};
+
+constexpr choice<value_pattern> value_patterns[] = {{"const", value_pattern::constant},
+                                                    {"count", value_pattern::count},
+                                                    {"sine", value_pattern::sine}};
+
+constexpr choice<serve_format> serve_formats[] = {{"text", serve_format::text},
+                                                  {"json", serve_format::json}};
+
+bool take_fault(serve_settings& settings, std::string_view argument) {
+  const std::optional<wanted_fault> fault = parse_fault(argument);
+  if (fault) settings.faults.push_back(*fault);
+  return fault.has_value();
+}
+
+constexpr option_row<serve_settings> serve_options[] = {
+    {"listen", true, take_listen},
+    {"units-by", true,
+     [](serve_settings& settings, std::string_view argument) {
+       return choose(groupings, argument, settings.grouping);
+     }},
+    {"values", true,
+     [](serve_settings& settings, std::string_view argument) {
+       settings.values = argument.data();  // of argv, so it ends with a NUL
+       return !argument.empty();
+     }},
+    {"pattern", true,
+     [](serve_settings& settings, std::string_view argument) {
+       return choose(value_patterns, argument, settings.pattern);
+     }},
+    {"writes", true,
+     [](serve_settings& settings, std::string_view argument) {
+       return choose(ways_with_writes, argument, settings.rules.takes_writes);
+     }},
+    {"zero", false,
+     [](serve_settings& settings, std::string_view) {
+       return settings.rules.unmapped_is_zero = true;
+     }},
+    {"max-clients", true,
+     [](serve_settings& settings, std::string_view argument) {
+       unsigned long most = 0;
+       const bool is_number = parse_number(argument, 100000, most) && most > 0;
+       settings.tcp.most_clients = most;
+       return is_number;
+     }},
+    {"fault", true, take_fault},
+    {"format", true,
+     [](serve_settings& settings, std::string_view argument) {
+       return choose(serve_formats, argument, settings.format);
+     }},
+    {"trace", false,
+     [](serve_settings& settings, std::string_view) { return settings.traces = true; }},
+    {"once", false,
+     [](serve_settings& settings, std::string_view) {
+       return settings.tcp.ends_after_client = true;
+     }},
+};
+
+// A descriptor that can be read once the program is to end. The threads that are started later
+// leave the signals to it, too.
+int signals_of_end() noexcept {
+  sigset_t signals;
+  sigemptyset(&signals);
+  sigaddset(&signals, SIGINT);
+  sigaddset(&signals, SIGTERM);
+  ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+  return ::signalfd(-1, &signals, SFD_CLOEXEC);
+}
+
+// False after a complaint.
+bool plant_faults(const serve_settings& settings, register_image& image, planted_faults& faults) {
+  for (const wanted_fault& wanted : settings.faults) {
+    if (faults.plant(wanted, image)) continue;
+    const std::string reference =
+        wanted.reference.empty() ? "" : message(" with the reference ", wanted.reference);
+    complain("--fault: there is no point of unit %s%s", std::string(wanted.unit).c_str(),
+             reference.c_str());
+    return false;
+  }
+  return true;
+}
+
+void tell_of_units(const register_image& image) {
+  if (image.left_out != 0) {
+    complain("units without an address that can be asked are left out: %zu", image.left_out);
+  }
+  if (image.crowded != 0) {
+    complain("unit numbers that stand for several units: %zu; see --units-by", image.crowded);
+  }
+}
+
+// False after a complaint, or a message for each value that cannot be put.
+bool fill_image(const serve_settings& settings, register_image& image) {
+  begin_pattern(image);
+  if (settings.values == nullptr) return true;
+  const std::optional<std::string> values = read_content(settings.values);
+  return values && put_values(settings.values, *values, image);
+}
+
+// False after a complaint.
+bool listen_for(const serve_settings& settings, const register_image& image, tcp_server& server,
+                journal& told) {
+  for (const auto& [host, where] : image.stations) {
+    const bool is_line = settings.grouping == unit_grouping::address && host.empty();
+    if (is_line) continue;
+    const std::string address = host.empty() ? settings.address : std::string(host);
+    const int port = server.listen(address, settings.port, where);
+    if (port < 0) return false;
+    told.tell_listening(message(address, ":", port));
+  }
+  return true;
+}
+
+int serve_list(const serve_settings& settings, const served_list& list,
+               const planted_faults& faults) {
+  const int stop = signals_of_end();
+  journal told(settings.format, settings.traces);
+  responder answers(settings.rules, settings.pattern, faults, told);
+  tcp_server server(answers, settings.tcp);
+  if (!listen_for(settings, list.image, server, told)) return ctl_trouble;
+  server.run(stop);
+  print_summary(list, answers.tally(), server.clients(), told);
+  return end_with(ctl_clean, told.out().finish());
+}
+
+int run_serve(int argc, char** argv) {
+  serve_settings settings;
+  if (const auto status = read_options(serve_command, argc, argv, serve_options, settings)) {
+    return *status;
+  }
+  const auto files = operands(argc, argv);
+  if (files.size() != 1) return complain_of_use(serve_command, "one file is needed");
+  file_source source;
+  const std::optional<loaded_file> loaded = load_file(files[0], &source);
+  if (!loaded) return ctl_trouble;
+  const device_list devices = devices_of(*loaded->doc);
+  register_image image = image_of(devices, settings.grouping);
+  planted_faults faults;
+  if (!plant_faults(settings, image, faults) || !fill_image(settings, image)) return ctl_trouble;
+  tell_of_units(image);
+  return serve_list(settings, {files[0], source, image, devices.placeless.size()}, faults);
+}
+
+}  // namespace
+
+const command serve_command = {"serve", "[OPTION]... FILE",
+                               R"(Answer for the devices of FILE over Modbus.
+)",
+                               run_serve};
+
+}  // namespace ruvex
