@@ -77,21 +77,19 @@ bool put_float(const value_form& form, double value, std::uint16_t* registers) n
   return true;
 }
 
-template <class Number>
-void append_shortest(std::string& out, Number number) {
+void append_float(std::string& out, float number) {
   char text[32];
   const auto [end, error] = std::to_chars(text, text + sizeof text, number);
   out.append(text, end);
 }
 
-void append_number(std::string& out, double number) {
-  constexpr double exact = 9007199254740992.0;
-  const bool is_whole = number == std::floor(number) && std::fabs(number) < exact;
-  if (is_whole && (number != 0 || !std::signbit(number))) {
-    append(out, static_cast<std::int64_t>(number));
-  } else {
-    append_shortest(out, number);
-  }
+// More digits than any register holds, and fewer than those in which a scaling is not exact.
+void append_scaled(std::string& out, double number) {
+  constexpr int digits = 12;
+  char text[32];
+  const auto [end, error] =
+      std::to_chars(text, text + sizeof text, number, std::chars_format::general, digits);
+  out.append(text, end);
 }
 
 }  // namespace
@@ -141,10 +139,12 @@ void append_value(std::string& out, const value_form& form, const std::uint16_t*
   if (!value) return;
   if (std::isnan(*value)) {
     out += "nan";
-  } else if (form.kind == value_kind::floating && !form.is_scaled) {
-    append_shortest(out, mod_getFloat(registers, form.order));
+  } else if (form.is_scaled) {
+    append_scaled(out, *value);
+  } else if (form.kind == value_kind::floating) {
+    append_float(out, mod_getFloat(registers, form.order));
   } else {
-    append_number(out, *value);
+    append(out, static_cast<std::int64_t>(*value));
   }
 }
 

@@ -38,8 +38,9 @@ std::optional<double> raw_value(const value_form& form, const std::uint16_t* reg
 // number stay what they are.
 std::optional<double> user_value(const value_form& form, const std::uint16_t* registers) noexcept;
 
-// Appends a number in the shortest form that is read back as the same number: "nan", "inf", "-inf"
-// and "-0" included. A floating value that is not scaled is shown as the float that it is.
+// Appends the user value: whole numbers as they are, a float in the shortest form that is read back
+// as the same float, a scaled value with 12 significant digits, which are enough to find its
+// registers again. "nan", "inf", "-inf" and "-0" are shown as what they are.
 void append_value(std::string& out, const value_form& form, const std::uint16_t* registers);
 
 // Puts the registers that come nearest to a user value; those of a masked value change only under

@@ -159,4 +159,21 @@ bool expectation::compare(const char* path, std::span<const poll_row> rows,
   return is_same;
 }
 
+std::vector<std::string> expectation::texts_for(std::span<const poll_row> rows) const {
+  std::map<std::string, std::size_t> turns;
+  std::vector<std::string> texts;
+  for (const poll_row& row : rows) {
+    std::string unit;
+    append_unit(unit, *row.unit);
+    const std::string key = key_of(unit, row.chn->reg_num.view(), row.chn->name.view());
+    const entry* const wanted = find(key, turns[key]++);
+    if (wanted == nullptr) {
+      texts.emplace_back();
+    } else {
+      texts.push_back(wanted->value.empty() ? wanted->raw : wanted->value);
+    }
+  }
+  return texts;
+}
+
 }  // namespace ruvex

@@ -36,6 +36,10 @@ class expectation {
   bool compare(const char* path, std::span<const poll_row> rows, std::span<reading> readings,
                const poll_tolerance& tolerance, bool is_whole) const;
 
+  // What each point was expected to be, by row: its value, or its raw words where it has none;
+  // empty where nothing was.
+  std::vector<std::string> texts_for(std::span<const poll_row> rows) const;
+
  private:
   struct entry {
     std::string key;

@@ -15,6 +15,7 @@
 #include "poll_progress.h"
 #include "poll_report.h"
 #include "poll_settings.h"
+#include "record_page.h"
 #include "ruvex/cfg/tables.h"
 #include "text/texts.h"
 
@@ -41,9 +42,10 @@ void take_line_of(const yax_cfg& doc, poll_settings& settings) {
 
 class poll_run {
  public:
-  poll_run(const char* path, const poll_settings& settings, const device_list& devices,
-           const point_lines& lines)
+  poll_run(const char* path, const yax_cfg& doc, const poll_settings& settings,
+           const device_list& devices, const point_lines& lines)
       : path_(path),
+        doc_(doc),
         settings_(settings),
         devices_(devices),
         rows_(rows_of(devices, lines)),
@@ -91,6 +93,7 @@ class poll_run {
     std::vector<reading> readings(places);
     std::vector<unit_sum> sums(devices_.units.size());
     poll_state state;
+    const auto begun = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
     {
       poll_progress progress(state, rows_.size(), !settings_.reader.is_traced);
       lines_.poll(settings_.reader, readings, sums, state, [&] { progress.show(); });
@@ -100,12 +103,26 @@ class poll_run {
       return readings[row.number].status == read_status::ok;
     };
     if (!std::ranges::all_of(rows_, is_ok)) status_ = ctl_findings;
-    print_readings(settings_.format, rows_, readings, is_first || is_table(), out);
-    out.flush();
     const poll_result result = {path_, devices_, lines_, rows_, readings, sums};
+    if (settings_.format == poll_format::html) {
+      print_page(result, begun, out);
+    } else {
+      print_readings(settings_.format, rows_, readings, is_first || is_table(), out);
+    }
+    out.flush();
     print_failures(result);
     print_hints(result);
     print_sums(result);
+  }
+
+  void print_page(const poll_result& result, std::chrono::sys_seconds begun, output& out) const {
+    std::vector<std::string> expected;
+    std::string path;
+    if (settings_.expected != nullptr) {
+      expected = expected_.texts_for(rows_);
+      path = settings_.expected;
+    }
+    print_record({result, doc_, settings_.transport, begun, path, expected, is_interrupted()}, out);
   }
 
   bool is_table() const noexcept { return settings_.format == poll_format::table; }
@@ -118,6 +135,7 @@ class poll_run {
   }
 
   const char* path_;
+  const yax_cfg& doc_;
   const poll_settings& settings_;
   const device_list& devices_;
   const std::vector<poll_row> rows_;
@@ -126,9 +144,9 @@ class poll_run {
   int status_ = ctl_clean;
 };
 
-int plan_or_poll(const char* path, const poll_settings& settings, const device_list& devices,
-                 const point_lines& lines) {
-  if (!settings.is_plan) return poll_run(path, settings, devices, lines).run();
+int plan_or_poll(const char* path, const yax_cfg& doc, const poll_settings& settings,
+                 const device_list& devices, const point_lines& lines) {
+  if (!settings.is_plan) return poll_run(path, doc, settings, devices, lines).run();
   output out;
   print_plan(devices, settings.reader.limits, settings.transport, out);
   return end_with(ctl_clean, out.finish());
@@ -157,7 +175,7 @@ int run_poll(int argc, char** argv) {
     return complain_of_use(poll_command, "there is no point to poll");
   }
   take_line_of(*loaded->doc, settings);
-  return plan_or_poll(path, settings, devices, source.lines);
+  return plan_or_poll(path, *loaded->doc, settings, devices, source.lines);
 }
 
 }  // namespace
@@ -194,7 +212,8 @@ The points:
       --force          poll although check finds errors in FILE
 
 The output:
-      --format=FORMAT  table (the default), csv or json (one object a line)
+      --format=FORMAT  table (the default), csv, json (one object a line) or
+                       html, the record of a commissioning to be signed
       --output=FILE    write to FILE, which appears whole or not at all
       --expect=FILE    compare with the output of an earlier --format=csv
       --tolerance=N    how far a number may be off; N% of the expected one

@@ -11,7 +11,7 @@
 
 namespace ruvex {
 
-enum class poll_format : std::uint8_t { table, csv, json };
+enum class poll_format : std::uint8_t { table, csv, json, html };
 
 // Appends the value of a point that was read; nothing where it was not, or has none.
 void append_value(std::string& out, const poll_row& row, const reading& reading);
@@ -20,7 +20,7 @@ void append_value(std::string& out, const poll_row& row, const reading& reading)
 void append_raw(std::string& out, const poll_row& row, const reading& reading);
 
 // Prints a row for each point, `readings` by number. The header is left out where it was printed
-// for an earlier round.
+// for an earlier round. `format` is no html.
 void print_readings(poll_format format, std::span<const poll_row> rows,
                     std::span<const reading> readings, bool has_header, output& out);
 

@@ -2,6 +2,7 @@
 #include <cmath>
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include "bus/point_value.h"
 #include "points/point_view.h"
@@ -12,18 +13,7 @@
 namespace ruvex {
 namespace {
 
-void print_hint(std::string_view where, std::string_view text) {
-  std::string line;
-  append_visible(line, where);
-  line += message(": hint: ", text, "\n");
-  std::fputs(line.c_str(), stderr);
-}
-
-std::string called(const bus_unit& unit) {
-  std::string name = "unit ";
-  append_unit(name, *unit.unit);
-  return name;
-}
+using poll_hints = std::vector<poll_hint>;
 
 // What a sensor or a meter sends; 0 says nothing about the order of words.
 bool is_sane(float value) noexcept {
@@ -41,7 +31,7 @@ bool is_sane_in_other_order_only(const bus_point& point, const reading& got) noe
   return !is_sane(mod_getFloat(got.words, form.order)) && is_sane(turned) && turned != 0;
 }
 
-void hint_at_word_order(const bus_unit& unit, const poll_result& result) {
+void hint_at_word_order(const bus_unit& unit, const poll_result& result, poll_hints& hints) {
   std::size_t count = 0;
   const bus_point* first = nullptr;
   for (const bus_point& point : unit.points) {
@@ -51,15 +41,15 @@ void hint_at_word_order(const bus_unit& unit, const poll_result& result) {
   }
   if (count == 0) return;
   const std::string_view more = count == 1 ? " makes" : " and others make";
-  print_hint(called(unit), message(first->chn->reg_num.view(), more,
-                                   " sense in the other word order only: LO/HI or HI/LO?"));
+  hints.push_back({&unit, message(first->chn->reg_num.view(), more,
+                                  " sense in the other word order only: LO/HI or HI/LO?")});
 }
 
-void hint_at_shift(const bus_unit& unit, const unit_sum& sum) {
+void hint_at_shift(const bus_unit& unit, const unit_sum& sum, poll_hints& hints) {
   if (sum.shift == 0) return;
-  print_hint(called(unit),
-             message("each point is an illegal address, and the register ",
-                     sum.shift < 0 ? "before" : "behind", " the first one answers: off by one?"));
+  hints.push_back(
+      {&unit, message("each point is an illegal address, and the register ",
+                      sum.shift < 0 ? "before" : "behind", " the first one answers: off by one?")});
 }
 
 struct line_answers {
@@ -79,38 +69,51 @@ line_answers answers_on(const poll_line& line, const poll_result& result) noexce
   return sum;
 }
 
-void hint_at_silent_units(const poll_line& line, const poll_result& result) {
+void hint_at_silent_units(const poll_line& line, const poll_result& result, poll_hints& hints) {
   for (const std::size_t number : line.units) {
     const unit_sum& sum = result.sums[number];
     const bool is_silent = sum.requests != 0 && sum.answers == 0 && sum.corrupt == 0;
     if (!is_silent) continue;
-    print_hint(called(result.devices.units[number]),
-               "it is silent while others answer: address or wiring?");
+    hints.push_back(
+        {&result.devices.units[number], "it is silent while others answer: address or wiring?"});
   }
 }
 
-void hint_at_line(const poll_line& line, const poll_result& result) {
+void hint_at_line(const poll_line& line, const poll_result& result, poll_hints& hints) {
   const line_answers sum = answers_on(line, result);
   const bool is_serial = line.place.host.empty();
-  if (sum.answering != 0) hint_at_silent_units(line, result);
+  if (sum.answering != 0) hint_at_silent_units(line, result, hints);
   if (!is_serial || sum.asked == 0) return;
   if (sum.answers == 0 && sum.corrupt == 0) {
-    print_hint("serial line", "all units are silent: speed, parity, A and B?");
+    hints.push_back({nullptr, "all units are silent: speed, parity, A and B?"});
   }
   if (sum.corrupt * 10 > sum.answers + sum.corrupt) {
-    print_hint("serial line", message(sum.corrupt, " of ", sum.answers + sum.corrupt,
-                                      " answers were damaged: termination?"));
+    hints.push_back({nullptr, message(sum.corrupt, " of ", sum.answers + sum.corrupt,
+                                      " answers were damaged: termination?")});
   }
 }
 
 }  // namespace
 
-void print_hints(const poll_result& result) {
+std::vector<poll_hint> hints_of(const poll_result& result) {
+  std::vector<poll_hint> hints;
   for (std::size_t at = 0; at < result.devices.units.size(); ++at) {
-    hint_at_shift(result.devices.units[at], result.sums[at]);
-    hint_at_word_order(result.devices.units[at], result);
+    hint_at_shift(result.devices.units[at], result.sums[at], hints);
+    hint_at_word_order(result.devices.units[at], result, hints);
   }
-  for (const auto& line : result.lines.all()) hint_at_line(*line, result);
+  for (const auto& line : result.lines.all()) hint_at_line(*line, result, hints);
+  return hints;
+}
+
+void print_hints(const poll_result& result) {
+  for (const poll_hint& hint : hints_of(result)) {
+    std::string where = "serial line";
+    if (hint.unit != nullptr) append_unit(where = "unit ", *hint.unit->unit);
+    std::string line;
+    append_visible(line, where);
+    line += message(": hint: ", hint.text, "\n");
+    std::fputs(line.c_str(), stderr);
+  }
 }
 
 }  // namespace ruvex

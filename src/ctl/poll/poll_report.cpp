@@ -21,24 +21,6 @@ std::string_view skip_reason(const poll_row& row, const poll_result& result) {
                   : "not asked, since it has no line; see --serial and --via";
 }
 
-std::string failure_of(const poll_row& row, const poll_result& result) {
-  const reading& got = result.readings[row.number];
-  switch (got.status) {
-    case read_status::skipped:
-      return std::string(skip_reason(row, result));
-    case read_status::timeout:
-      return mod_outcomeText({mod_status::timeout, 0, 0});
-    case read_status::exception:
-      return message(mod_errStr(got.code), " (exception ", got.code, ")");
-    case read_status::corrupt:
-      return mod_outcomeText({mod_status::corrupt, 0, 0});
-    case read_status::stale:
-      return mod_outcomeText({mod_status::stale, 0, 0});
-    default:
-      return mod_outcomeText({mod_status::closed, 0, 0});
-  }
-}
-
 bool is_failure(const poll_row& row, const poll_result& result) noexcept {
   return !is_read(result.readings[row.number]);
 }
@@ -70,6 +52,24 @@ void print_failure(const poll_row& first, const poll_row& last, std::size_t coun
 }
 
 }  // namespace
+
+std::string failure_of(const poll_row& row, const poll_result& result) {
+  const reading& got = result.readings[row.number];
+  switch (got.status) {
+    case read_status::skipped:
+      return std::string(skip_reason(row, result));
+    case read_status::timeout:
+      return mod_outcomeText({mod_status::timeout, 0, 0});
+    case read_status::exception:
+      return message(mod_errStr(got.code), " (exception ", got.code, ")");
+    case read_status::corrupt:
+      return mod_outcomeText({mod_status::corrupt, 0, 0});
+    case read_status::stale:
+      return mod_outcomeText({mod_status::stale, 0, 0});
+    default:
+      return mod_outcomeText({mod_status::closed, 0, 0});
+  }
+}
 
 void print_failures(const poll_result& result) {
   const auto& rows = result.rows;

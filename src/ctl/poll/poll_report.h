@@ -2,7 +2,8 @@
 #pragma once
 
 #include <span>
-#include <string_view>
+#include <string>
+#include <vector>
 
 #include "bus/devices.h"
 #include "lines.h"
@@ -25,7 +26,18 @@ struct poll_result {
 // have failed alike share one. Points that are not as expected are left to others.
 void print_failures(const poll_result& result);
 
-// Prints what the failures together point at, where something does.
+// Why a point was not read, in words.
+std::string failure_of(const poll_row& row, const poll_result& result);
+
+// What failures together point at.
+struct poll_hint {
+  const bus_unit* unit;  // null: the serial line
+  std::string text;
+};
+
+std::vector<poll_hint> hints_of(const poll_result& result);
+
+// Prints them.
 void print_hints(const poll_result& result);
 
 // Prints a line for each unit, and one for all where there are several.

@@ -12,6 +12,7 @@ constexpr choice<poll_format> poll_formats[] = {
     {"table", poll_format::table},
     {"csv", poll_format::csv},
     {"json", poll_format::json},
+    {"html", poll_format::html},
 };
 
 // A number from `least` to `most` into `place`, of any integral type that holds them.
@@ -140,6 +141,9 @@ std::optional<int> read_poll_settings(int argc, char** argv, poll_settings& sett
   const bool has_two_lines =
       !settings.transport.serial.empty() && !settings.transport.via.host.empty();
   if (has_two_lines) return complain_of_use(poll_command, "--serial and --via exclude each other");
+  if (settings.format == poll_format::html && settings.count != 1) {
+    return complain_of_use(poll_command, "--format=html is the record of one time");
+  }
   if (operands(argc, argv).size() != 1) return complain_of_use(poll_command, "one file is needed");
   return std::nullopt;
 }
