@@ -4,7 +4,7 @@
 #include <string>
 
 #include "bus/point_value.h"
-#include "points/point_view.h"
+#include "bus/point_view.h"
 #include "poll_report.h"
 #include "text/characters.h"
 #include "text/texts.h"
