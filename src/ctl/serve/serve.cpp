@@ -1,5 +1,6 @@
 // ruvexctl serve: the devices of a list, answered for before they are there.
 
+#include <sys/eventfd.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
@@ -7,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 #include "bus/devices.h"
@@ -17,6 +19,8 @@
 #include "points/load.h"
 #include "register_image.h"
 #include "responder.h"
+#include "rtu_slave.h"
+#include "ruvex/serial/format.h"
 #include "summary.h"
 #include "tcp_server.h"
 #include "text/texts.h"
@@ -28,6 +32,10 @@ namespace {
 struct serve_settings {
   std::string address = "127.0.0.1";
   int port = 1502;
+  bool is_told_to_listen = false;
+  std::string serial;  // path of a line, or "pty"; empty: none
+  ser_format line;
+  bool has_line = false;  // it was given
   answer_rules rules;
   tcp_settings tcp;
   unit_grouping grouping = unit_grouping::number;
@@ -45,6 +53,7 @@ bool take_listen(serve_settings& settings, std::string_view argument) {
   if (!parse_number(argument.substr(colon + 1), 65535, port)) return false;
   settings.address = argument.substr(0, colon);
   settings.port = static_cast<int>(port);
+  settings.is_told_to_listen = true;
   return !settings.address.empty();
 }
 
@@ -68,6 +77,15 @@ bool take_fault(serve_settings& settings, std::string_view argument) {
 
 constexpr option_row<serve_settings> serve_options[] = {
     {"listen", true, take_listen},
+    {"serial", true,
+     [](serve_settings& settings, std::string_view argument) {
+       settings.serial = argument;
+       return !argument.empty();
+     }},
+    {"line", true,
+     [](serve_settings& settings, std::string_view argument) {
+       return settings.has_line = serParseFormat(argument.data(), settings.line);
+     }},
     {"units-by", true,
      [](serve_settings& settings, std::string_view argument) {
        return choose(groupings, argument, settings.grouping);
@@ -150,6 +168,17 @@ bool fill_image(const serve_settings& settings, register_image& image) {
   return values && put_values(settings.values, *values, image);
 }
 
+// The document's own speed and parity, unless a line was given.
+void take_line_of(const yax_cfg& doc, serve_settings& settings) {
+  constexpr choice<char> parities[] = {{"NONE", 'N'}, {"EVEN", 'E'}, {"ODD", 'O'}};
+  char parity = 0;
+  if (settings.has_line || !choose(parities, doc.parity.view(), parity)) return;
+  std::string text = message(doc.baudrate.view(), ",8");
+  text += parity;
+  text += '1';
+  serParseFormat(text.c_str(), settings.line);
+}
+
 // False after a complaint.
 bool listen_for(const serve_settings& settings, const register_image& image, tcp_server& server,
                 journal& told) {
@@ -164,16 +193,60 @@ bool listen_for(const serve_settings& settings, const register_image& image, tcp
   return true;
 }
 
+// A serial line, served by a thread of its own: it may have to wait inside a frame.
+class line_thread {
+ public:
+  ~line_thread() { end(); }
+
+  // False after a message.
+  bool start(const serve_settings& settings, const station& where, responder& answers,
+             journal& told) {
+    if (!slave_.open(settings.serial, settings.line)) return false;
+    told.tell_listening(slave_.name());
+    stop_ = ::eventfd(0, EFD_CLOEXEC);
+    thread_ = std::thread([this, &where, &answers] {
+      if (slave_.run(answers, where, stop_)) return;
+      has_gone_ = true;
+      ::kill(::getpid(), SIGTERM);  // as if a user had ended the program
+    });
+    return true;
+  }
+
+  // False when the line has gone.
+  bool end() {
+    if (!thread_.joinable()) return !has_gone_;
+    const std::uint64_t once = 1;
+    [[maybe_unused]] const ssize_t written = ::write(stop_, &once, sizeof once);
+    thread_.join();
+    ::close(stop_);
+    return !has_gone_;
+  }
+
+ private:
+  rtu_slave slave_;
+  int stop_ = -1;
+  std::thread thread_;
+  bool has_gone_ = false;  // to be read after the end
+};
+
 int serve_list(const serve_settings& settings, const served_list& list,
                const planted_faults& faults) {
   const int stop = signals_of_end();
   journal told(settings.format, settings.traces);
   responder answers(settings.rules, settings.pattern, faults, told);
   tcp_server server(answers, settings.tcp);
-  if (!listen_for(settings, list.image, server, told)) return ctl_trouble;
+  const bool has_serial = !settings.serial.empty();
+  const bool listens =
+      !has_serial || settings.is_told_to_listen || settings.grouping == unit_grouping::address;
+  if (listens && !listen_for(settings, list.image, server, told)) return ctl_trouble;
+  line_thread line;
+  if (has_serial && !line.start(settings, list.image.stations[""], answers, told)) {
+    return ctl_trouble;
+  }
   server.run(stop);
+  const int status = line.end() ? ctl_clean : ctl_trouble;
   print_summary(list, answers.tally(), server.clients(), told);
-  return end_with(ctl_clean, told.out().finish());
+  return end_with(status, told.out().finish());
 }
 
 int run_serve(int argc, char** argv) {
@@ -188,6 +261,7 @@ int run_serve(int argc, char** argv) {
   if (!loaded) return ctl_trouble;
   const device_list devices = devices_of(*loaded->doc);
   register_image image = image_of(devices, settings.grouping);
+  if (loaded->is_whole_document) take_line_of(*loaded->doc, settings);
   planted_faults faults;
   if (!plant_faults(settings, image, faults) || !fill_image(settings, image)) return ctl_trouble;
   tell_of_units(image);
