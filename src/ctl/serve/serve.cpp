@@ -1,10 +1,13 @@
 // ruvexctl serve: the devices of a list, answered for before they are there.
 
 #include <sys/eventfd.h>
+#include <sys/resource.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -179,12 +182,33 @@ void take_line_of(const yax_cfg& doc, serve_settings& settings) {
   serParseFormat(text.c_str(), settings.line);
 }
 
+// As many clients as there may be descriptors for, beside the listeners.
+std::size_t clients_with_room(std::size_t wanted, std::size_t listeners) {
+  constexpr rlim_t others = 64;
+  struct rlimit limit = {};
+  if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) return wanted;
+  const rlim_t needed = wanted + listeners + others;
+  if (limit.rlim_cur < needed) {
+    limit.rlim_cur = std::min(limit.rlim_max, needed);
+    ::setrlimit(RLIMIT_NOFILE, &limit);
+    ::getrlimit(RLIMIT_NOFILE, &limit);
+  }
+  if (limit.rlim_cur >= needed) return wanted;
+  const rlim_t taken = listeners + others;
+  const rlim_t most = limit.rlim_cur > taken ? limit.rlim_cur - taken : 1;
+  complain("the system gives descriptors for %ju clients only", std::uintmax_t{most});
+  return static_cast<std::size_t>(most);
+}
+
 // False after a complaint.
 bool listen_for(const serve_settings& settings, const register_image& image, tcp_server& server,
                 journal& told) {
   for (const auto& [host, where] : image.stations) {
     const bool is_line = settings.grouping == unit_grouping::address && host.empty();
-    if (is_line) continue;
+    if (is_line) {
+      if (settings.serial.empty()) complain("the units of the serial line need --serial");
+      continue;
+    }
     const std::string address = host.empty() ? settings.address : std::string(host);
     const int port = server.listen(address, settings.port, where);
     if (port < 0) return false;
@@ -234,7 +258,9 @@ int serve_list(const serve_settings& settings, const served_list& list,
   const int stop = signals_of_end();
   journal told(settings.format, settings.traces);
   responder answers(settings.rules, settings.pattern, faults, told);
-  tcp_server server(answers, settings.tcp);
+  tcp_settings tcp = settings.tcp;
+  tcp.most_clients = clients_with_room(tcp.most_clients, list.image.stations.size());
+  tcp_server server(answers, tcp);
   const bool has_serial = !settings.serial.empty();
   const bool listens =
       !has_serial || settings.is_told_to_listen || settings.grouping == unit_grouping::address;
