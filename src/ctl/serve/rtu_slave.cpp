@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/eventfd.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -9,9 +10,9 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
-#include <thread>
 
 #include "command.h"
 #include "ruvex/modbus/frame.h"
@@ -47,6 +48,7 @@ waited wait_for_input(int fd, int stop, std::int32_t timeout_ms) noexcept {
 }  // namespace
 
 rtu_slave::~rtu_slave() {
+  end();
   if (terminal_ >= 0) ::close(terminal_);
   if (other_end_ >= 0) ::close(other_end_);
 }
@@ -99,18 +101,38 @@ std::int32_t rtu_slave::receive(void* handle, void* buffer, std::int32_t) {
   return 1;
 }
 
-bool rtu_slave::run(responder& answers, const station& where, int stop) {
-  source_.stop = stop;
+void rtu_slave::start(const station& where, responder& answers) {
+  source_.stop = ::eventfd(0, EFD_CLOEXEC);
+  thread_ = std::thread([this, &where, &answers] {
+    if (run(where, answers)) return;
+    has_gone_ = true;
+    ::kill(::getpid(), SIGTERM);
+  });
+}
+
+bool rtu_slave::end() {
+  if (!thread_.joinable()) return !has_gone_;
+  const std::uint64_t once = 1;
+  [[maybe_unused]] const ssize_t written = ::write(source_.stop, &once, sizeof once);
+  thread_.join();
+  ::close(source_.stop);
+  return !has_gone_;
+}
+
+// False when the line has gone.
+bool rtu_slave::run(const station& where, responder& answers) {
   while (!source_.line.is_closed) {
     const bool is_empty = source_.next == source_.end;
-    if (is_empty && wait_for_input(source_.line.fd, stop, -1) == waited::stopped) return true;
-    if (mod_waitRequest(&ctx_) > 0) answer(answers, where);
+    const bool is_stopped =
+        is_empty && wait_for_input(source_.line.fd, source_.stop, -1) == waited::stopped;
+    if (is_stopped) return true;
+    if (mod_waitRequest(&ctx_) > 0) answer(where, answers);
   }
   complain("%s: the line has gone", name_.c_str());
   return false;
 }
 
-void rtu_slave::answer(responder& answers, const station& where) {
+void rtu_slave::answer(const station& where, responder& answers) {
   const std::int16_t length = mod_rxToBin(MOD_RTU, ctx_.length, ctx_.buffer, ctx_.buffer);
   if (length < 2) return;  // it is corrupt, or has no function code
   const std::uint8_t number = ctx_.buffer[0];
