@@ -5,9 +5,9 @@
 #include <cmath>
 #include <map>
 
+#include "bus/point_view.h"
 #include "command.h"
 #include "input.h"
-#include "points/point_view.h"
 #include "poll_columns.h"
 #include "report/place_message.h"
 #include "text/cells.h"

@@ -12,15 +12,6 @@
 #include "command.h"
 
 namespace ruvex {
-namespace {
-
-bool is_character_device(const char* path) noexcept {
-  struct stat status = {};
-  return ::stat(path, &status) == 0 && S_ISCHR(status.st_mode);
-}
-
-}  // namespace
-
 locked_port::locked_port(const char* path, const ser_format& format) {
   if (!lock(path)) return;
   port_.reset(serOpenPath(path, format, 1));
@@ -38,10 +29,12 @@ locked_port::~locked_port() {
   if (lock_ >= 0) ::close(lock_);
 }
 
-// What is no device is left to serOpenPath, which says so and does not open it.
+// What is there and no device is left to serOpenPath, which says so and does not open it.
 bool locked_port::lock(const char* path) noexcept {
-  if (!is_character_device(path)) return true;
-  lock_ = ::open(path, O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+  struct stat status = {};
+  const bool is_there = ::stat(path, &status) == 0;
+  if (is_there && !S_ISCHR(status.st_mode)) return true;
+  lock_ = is_there ? ::open(path, O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC) : -1;
   const bool is_locked = lock_ >= 0 && ::flock(lock_, LOCK_EX | LOCK_NB) == 0;
   if (is_locked) return true;
   if (errno == EBUSY || errno == EWOULDBLOCK) {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <string>
 
-#include "points/point_view.h"
+#include "bus/point_view.h"
 #include "text/characters.h"
 #include "text/texts.h"
 

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "bus/point_value.h"
-#include "points/point_view.h"
+#include "bus/point_view.h"
 #include "points/row_formats.h"
 #include "poll_text.h"
 #include "text/characters.h"

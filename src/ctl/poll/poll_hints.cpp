@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "bus/point_value.h"
-#include "points/point_view.h"
+#include "bus/point_view.h"
 #include "poll_report.h"
 #include "text/characters.h"
 #include "text/texts.h"
@@ -52,43 +52,41 @@ void hint_at_shift(const bus_unit& unit, const unit_sum& sum, poll_hints& hints)
                       sum.shift < 0 ? "before" : "behind", " the first one answers: off by one?")});
 }
 
+bool is_silent(const unit_sum& sum) noexcept {
+  return sum.exchanges != 0 && sum.timeouts == sum.exchanges;
+}
+
 struct line_answers {
-  std::size_t asked = 0, answering = 0;  // units
+  std::size_t asked = 0, silent = 0, answering = 0;  // units
   std::uint64_t answers = 0, corrupt = 0;
 };
 
 line_answers answers_on(const poll_line& line, const poll_result& result) noexcept {
-  line_answers sum;
-  for (const std::size_t number : line.units) {
-    const unit_sum& unit = result.sums[number];
-    sum.asked += unit.requests != 0 ? 1 : 0;
-    sum.answering += unit.answers != 0 ? 1 : 0;
-    sum.answers += unit.answers;
-    sum.corrupt += unit.corrupt;
-  }
-  return sum;
-}
-
-void hint_at_silent_units(const poll_line& line, const poll_result& result, poll_hints& hints) {
+  line_answers all;
   for (const std::size_t number : line.units) {
     const unit_sum& sum = result.sums[number];
-    const bool is_silent = sum.requests != 0 && sum.answers == 0 && sum.corrupt == 0;
-    if (!is_silent) continue;
-    hints.push_back(
-        {&result.devices.units[number], "it is silent while others answer: address or wiring?"});
+    all.asked += sum.exchanges != 0 ? 1 : 0;
+    all.silent += is_silent(sum) ? 1 : 0;
+    all.answering += sum.answers != 0 ? 1 : 0;
+    all.answers += sum.answers;
+    all.corrupt += sum.corrupt;
   }
+  return all;
 }
 
 void hint_at_line(const poll_line& line, const poll_result& result, poll_hints& hints) {
-  const line_answers sum = answers_on(line, result);
+  const line_answers all = answers_on(line, result);
+  for (const std::size_t number : line.units) {
+    if (all.answering == 0 || !is_silent(result.sums[number])) continue;
+    hints.push_back(
+        {&result.devices.units[number], "it is silent while others answer: address or wiring?"});
+  }
   const bool is_serial = line.place.host.empty();
-  if (sum.answering != 0) hint_at_silent_units(line, result, hints);
-  if (!is_serial || sum.asked == 0) return;
-  if (sum.answers == 0 && sum.corrupt == 0) {
+  if (is_serial && all.asked != 0 && all.silent == all.asked) {
     hints.push_back({nullptr, "all units are silent: speed, parity, A and B?"});
   }
-  if (sum.corrupt * 10 > sum.answers + sum.corrupt) {
-    hints.push_back({nullptr, message(sum.corrupt, " of ", sum.answers + sum.corrupt,
+  if (is_serial && all.corrupt * 10 > all.answers + all.corrupt) {
+    hints.push_back({nullptr, message(all.corrupt, " of ", all.answers + all.corrupt,
                                       " answers were damaged: termination?")});
   }
 }

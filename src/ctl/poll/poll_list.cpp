@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <set>
 
-#include "points/point_view.h"
+#include "bus/point_view.h"
 #include "requests.h"
 #include "text/texts.h"
 

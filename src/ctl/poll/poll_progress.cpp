@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <string>
 
-#include "points/point_view.h"
+#include "bus/point_view.h"
 #include "text/characters.h"
 #include "text/texts.h"
 

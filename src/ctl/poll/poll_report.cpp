@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "points/point_view.h"
+#include "bus/point_view.h"
 #include "report/place_message.h"
 #include "ruvex/modbus/client.h"
 #include "ruvex/modbus/frame.h"

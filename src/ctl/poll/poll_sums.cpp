@@ -2,7 +2,7 @@
 #include <cstdio>
 #include <string>
 
-#include "points/point_view.h"
+#include "bus/point_view.h"
 #include "poll_report.h"
 #include "text/characters.h"
 #include "text/texts.h"

@@ -42,6 +42,8 @@ constexpr bool is_read(const reading& reading) noexcept {
 struct unit_sum {
   std::uint32_t requests = 0;  // retries included
   std::uint32_t retries = 0;
+  std::uint32_t exchanges = 0;   // a request with its retries
+  std::uint32_t timeouts = 0;    // of these in which nothing came
   std::uint32_t answers = 0;     // exceptions included
   std::uint32_t corrupt = 0;     // exchanges that ended with damaged bytes
   std::uint32_t slowest_ms = 0;  // of the answers

@@ -7,10 +7,10 @@
 #include <string_view>
 #include <utility>
 
+#include "bus/point_view.h"
 #include "points/html/markup.h"
 #include "points/html/page_frame.h"
 #include "points/html/register_picture.h"
-#include "points/point_view.h"
 #include "poll_columns.h"
 #include "ruvex/cfg/tables.h"
 

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <string>
 
-#include "points/point_view.h"
+#include "bus/point_view.h"
 #include "poll_text.h"
 #include "ruvex/mapping/register_place.h"
 #include "text/characters.h"

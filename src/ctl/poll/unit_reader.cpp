@@ -100,6 +100,8 @@ mod_outcome unit_reader::ask(const poll_request& request) {
   time_ = floor<milliseconds>(std::chrono::system_clock::now());
   sum_.requests += outcome.requests;
   if (outcome.requests > 1) sum_.retries += outcome.requests - 1U;
+  ++sum_.exchanges;
+  if (outcome.status == mod_status::timeout) ++sum_.timeouts;
   if (outcome.status == mod_status::corrupt) ++sum_.corrupt;
   if (is_answer(outcome)) {
     ++sum_.answers;

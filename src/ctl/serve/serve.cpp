@@ -1,13 +1,13 @@
 // ruvexctl serve: the devices of a list, answered for before they are there.
 
+#include <sys/resource.h>
 #include <sys/signalfd.h>
-#include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
+#include <cstdint>
 #include <optional>
 #include <string>
-#include <string_view>
-#include <vector>
 
 #include "bus/devices.h"
 #include "command.h"
@@ -17,6 +17,8 @@
 #include "points/load.h"
 #include "register_image.h"
 #include "responder.h"
+#include "rtu_slave.h"
+#include "serve_options.h"
 #include "summary.h"
 #include "tcp_server.h"
 #include "text/texts.h"
@@ -24,90 +26,6 @@
 
 namespace ruvex {
 namespace {
-
-struct serve_settings {
-  std::string address = "127.0.0.1";
-  int port = 1502;
-  answer_rules rules;
-  tcp_settings tcp;
-  unit_grouping grouping = unit_grouping::number;
-  const char* values = nullptr;
-  value_pattern pattern = value_pattern::constant;
-  std::vector<wanted_fault> faults;
-  serve_format format = serve_format::text;
-  bool traces = false;
-};
-
-bool take_listen(serve_settings& settings, std::string_view argument) {
-  const std::size_t colon = argument.rfind(':');
-  unsigned long port = 0;
-  if (colon == std::string_view::npos) return false;
-  if (!parse_number(argument.substr(colon + 1), 65535, port)) return false;
-  settings.address = argument.substr(0, colon);
-  settings.port = static_cast<int>(port);
-  return !settings.address.empty();
-}
-
-constexpr choice<bool> ways_with_writes[] = {{"refuse", false}, {"accept", true}};
-
-constexpr choice<unit_grouping> groupings[] = {{"unit", unit_grouping::number},
-                                               {"address", unit_grouping::address}};
-
-constexpr choice<value_pattern> value_patterns[] = {{"const", value_pattern::constant},
-                                                    {"count", value_pattern::count},
-                                                    {"sine", value_pattern::sine}};
-
-constexpr choice<serve_format> serve_formats[] = {{"text", serve_format::text},
-                                                  {"json", serve_format::json}};
-
-bool take_fault(serve_settings& settings, std::string_view argument) {
-  const std::optional<wanted_fault> fault = parse_fault(argument);
-  if (fault) settings.faults.push_back(*fault);
-  return fault.has_value();
-}
-
-constexpr option_row<serve_settings> serve_options[] = {
-    {"listen", true, take_listen},
-    {"units-by", true,
-     [](serve_settings& settings, std::string_view argument) {
-       return choose(groupings, argument, settings.grouping);
-     }},
-    {"values", true,
-     [](serve_settings& settings, std::string_view argument) {
-       settings.values = argument.data();  // of argv, so it ends with a NUL
-       return !argument.empty();
-     }},
-    {"pattern", true,
-     [](serve_settings& settings, std::string_view argument) {
-       return choose(value_patterns, argument, settings.pattern);
-     }},
-    {"writes", true,
-     [](serve_settings& settings, std::string_view argument) {
-       return choose(ways_with_writes, argument, settings.rules.takes_writes);
-     }},
-    {"zero", false,
-     [](serve_settings& settings, std::string_view) {
-       return settings.rules.unmapped_is_zero = true;
-     }},
-    {"max-clients", true,
-     [](serve_settings& settings, std::string_view argument) {
-       unsigned long most = 0;
-       const bool is_number = parse_number(argument, 100000, most) && most > 0;
-       settings.tcp.most_clients = most;
-       return is_number;
-     }},
-    {"fault", true, take_fault},
-    {"format", true,
-     [](serve_settings& settings, std::string_view argument) {
-       return choose(serve_formats, argument, settings.format);
-     }},
-    {"trace", false,
-     [](serve_settings& settings, std::string_view) { return settings.traces = true; }},
-    {"once", false,
-     [](serve_settings& settings, std::string_view) {
-       return settings.tcp.ends_after_client = true;
-     }},
-};
 
 // A descriptor that can be read once the program is to end. The threads that are started later
 // leave the signals to it, too.
@@ -150,12 +68,33 @@ bool fill_image(const serve_settings& settings, register_image& image) {
   return values && put_values(settings.values, *values, image);
 }
 
+// As many clients as there may be descriptors for, beside the listeners.
+std::size_t clients_with_room(std::size_t wanted, std::size_t listeners) {
+  constexpr rlim_t others = 64;
+  struct rlimit limit = {};
+  if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) return wanted;
+  const rlim_t needed = wanted + listeners + others;
+  if (limit.rlim_cur < needed) {
+    limit.rlim_cur = std::min(limit.rlim_max, needed);
+    ::setrlimit(RLIMIT_NOFILE, &limit);
+    ::getrlimit(RLIMIT_NOFILE, &limit);
+  }
+  if (limit.rlim_cur >= needed) return wanted;
+  const rlim_t taken = listeners + others;
+  const rlim_t most = limit.rlim_cur > taken ? limit.rlim_cur - taken : 1;
+  complain("the system gives descriptors for %ju clients only", std::uintmax_t{most});
+  return static_cast<std::size_t>(most);
+}
+
 // False after a complaint.
 bool listen_for(const serve_settings& settings, const register_image& image, tcp_server& server,
                 journal& told) {
   for (const auto& [host, where] : image.stations) {
     const bool is_line = settings.grouping == unit_grouping::address && host.empty();
-    if (is_line) continue;
+    if (is_line) {
+      if (settings.serial.empty()) complain("the units of the serial line need --serial");
+      continue;
+    }
     const std::string address = host.empty() ? settings.address : std::string(host);
     const int port = server.listen(address, settings.port, where);
     if (port < 0) return false;
@@ -169,16 +108,27 @@ int serve_list(const serve_settings& settings, const served_list& list,
   const int stop = signals_of_end();
   journal told(settings.format, settings.traces);
   responder answers(settings.rules, settings.pattern, faults, told);
-  tcp_server server(answers, settings.tcp);
-  if (!listen_for(settings, list.image, server, told)) return ctl_trouble;
+  const std::size_t most = clients_with_room(settings.most_clients, list.image.stations.size());
+  tcp_server server(answers, {most, settings.ends_after_client});
+  const bool has_serial = !settings.serial.empty();
+  const bool listens =
+      !has_serial || settings.is_told_to_listen || settings.grouping == unit_grouping::address;
+  if (listens && !listen_for(settings, list.image, server, told)) return ctl_trouble;
+  rtu_slave line;
+  if (has_serial) {
+    if (!line.open(settings.serial, settings.line)) return ctl_trouble;
+    told.tell_listening(line.name());
+    line.start(list.image.stations[""], answers);
+  }
   server.run(stop);
+  const int status = line.end() ? ctl_clean : ctl_trouble;
   print_summary(list, answers.tally(), server.clients(), told);
-  return end_with(ctl_clean, told.out().finish());
+  return end_with(status, told.out().finish());
 }
 
 int run_serve(int argc, char** argv) {
   serve_settings settings;
-  if (const auto status = read_options(serve_command, argc, argv, serve_options, settings)) {
+  if (const auto status = read_serve_options(argc, argv, settings)) {
     return *status;
   }
   const auto files = operands(argc, argv);
@@ -188,6 +138,7 @@ int run_serve(int argc, char** argv) {
   if (!loaded) return ctl_trouble;
   const device_list devices = devices_of(*loaded->doc);
   register_image image = image_of(devices, settings.grouping);
+  if (loaded->is_whole_document) take_line_of(*loaded->doc, settings);
   planted_faults faults;
   if (!plant_faults(settings, image, faults) || !fill_image(settings, image)) return ctl_trouble;
   tell_of_units(image);
@@ -196,9 +147,51 @@ int run_serve(int argc, char** argv) {
 
 }  // namespace
 
-const command serve_command = {"serve", "[OPTION]... FILE",
-                               R"(Answer for the devices of FILE over Modbus.
+const command serve_command = {
+    "serve", "[OPTION]... FILE",
+    R"(Answer for the devices of FILE over Modbus, before the devices are there. FILE
+is a mapping file, a unit file that ruvex has written from one, or a whole
+configuration document. Every register that a point of it has can be read; any
+other one is exception 2, and a unit that is not there exception 11.
+
+      --listen=ADDRESS:PORT  Modbus/TCP here; 127.0.0.1:1502 unless told. Port
+                             0 is any that is free. The line "listening on
+                             ADDRESS:PORT" says which.
+      --serial=PATH          Modbus RTU on a serial line; no Modbus/TCP then,
+                             unless --listen is given. "pty" makes a
+                             pseudo-terminal and says its path.
+      --line=FORMAT          speed and format of the line, 19200,8E1 unless
+                             told, or those of a whole document
+      --units-by=WHAT        unit (the default): all by their numbers, whatever
+                             their IP addresses; address: each IP address of
+                             FILE is listened on, at the port of --listen
+      --values=FILE          values, in CSV: those that poll has read, or rows
+                             of unit, reference and value; "-": standard input
+      --pattern=PATTERN      of points without a value: const (the default),
+                             count, a step a second, or sine, once a minute
+      --writes=WAY           refuse (the default), with exception 1; or accept,
+                             each point and its new value on standard output
+      --zero                 registers without a point are read as 0
+      --fault=PLACE=FAULT    PLACE is UNIT or UNIT:REFERENCE; FAULT is silent,
+                             delay:MS, exception:N, stale (the answer to
+                             another question) or swap (the words of a value).
+                             May be given more than once.
+      --max-clients=N        1000 unless told; further ones are turned away
+      --once                 end when the first client has gone
+      --trace                each request on standard error, not only those
+                             that are refused, once each
+      --format=FORMAT        of standard output: text (the default) or json, an
+                             object a line
+      --help                 print this help
+      --version              print the version
+
+SIGINT and SIGTERM end the serving. Then the points that no master has read
+are printed, with their lines in FILE, and how many requests and clients there
+were. A pattern moves a point within the user range of its scaling; without one
+it is 0 to 100, of a bit 0 and 1.
+
+The exit status is 0, or 2 in case of trouble. The manual is ruvexctl-serve(1).
 )",
-                               run_serve};
+    run_serve};
 
 }  // namespace ruvex

@@ -22,7 +22,8 @@
 namespace ruvex {
 namespace {
 
-constexpr std::size_t input_block = 4096;
+// Two of the longest requests: who floods is not served much longer than the others are.
+constexpr std::size_t input_block = 2 * longest_tcp_frame;
 
 // No more requests are answered while this many bytes of answers wait.
 constexpr std::size_t most_output = 16384;

@@ -15,8 +15,8 @@
 namespace ruvex {
 
 struct tcp_settings {
-  std::size_t most_clients = 1000;
-  bool ends_after_client = false;  // when the first client has gone
+  std::size_t most_clients;
+  bool ends_after_client;  // when the first client has gone
 };
 
 // One thread waits for all clients. What a client may have waiting, requests and answers, is
