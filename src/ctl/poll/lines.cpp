@@ -64,7 +64,7 @@ void run_side_by_side(std::size_t count, const std::function<void(std::size_t)>&
 
 // A map, since a list may have thousands of hosts.
 poll_lines::poll_lines(const device_list& devices, const transport_settings& settings)
-    : devices_(devices), settings_(settings), is_reached_(devices.units.size()) {
+    : devices_(devices), settings_(settings) {
   std::map<std::tuple<std::string, std::string>, poll_line*> known;
   for (std::size_t at = 0; at < devices.units.size(); ++at) {
     const bus_unit& unit = devices.units[at];
@@ -78,9 +78,10 @@ poll_lines::poll_lines(const device_list& devices, const transport_settings& set
       lines_.push_back(std::make_unique<poll_line>());
       line = lines_.back().get();
       line->place = place;
+      line->number = units_.size();
+      units_.push_back({place.host.empty(), {}});
     }
-    line->units.push_back(at);
-    is_reached_[at] = true;
+    units_[line->number].numbers.push_back(at);
   }
   for (const auto& line : lines_) {
     line->server = {line->place.host.c_str(), line->place.service.c_str()};
@@ -111,7 +112,7 @@ bool poll_lines::open_port() {
 void poll_lines::poll_one(poll_line& line, const reader_settings& settings,
                           std::span<reading> readings, std::span<unit_sum> sums,
                           poll_state& state) const {
-  for (const std::size_t number : line.units) {
+  for (const std::size_t number : units_[line.number].numbers) {
     const bus_unit& unit = devices_.units[number];
     unit_reader reader(line.client, settings, unit, readings, sums[number], state);
     if (!reader.run() || is_interrupted()) return;
@@ -121,6 +122,9 @@ void poll_lines::poll_one(poll_line& line, const reader_settings& settings,
 void poll_lines::poll(const reader_settings& settings, std::span<reading> readings,
                       std::span<unit_sum> sums, poll_state& state,
                       const std::function<void()>& watch) {
+  for (const asked_units& line : units_) {
+    for (const std::size_t number : line.numbers) sums[number].has_line = true;
+  }
   const auto poll_line_at = [&](std::size_t at) {
     poll_one(*lines_[at], settings, readings, sums, state);
   };

@@ -35,8 +35,8 @@ struct transport_settings {
 
 // A serial line, or what is reached over one connection.
 struct poll_line {
-  tcp_place place;                 // no host: the serial line
-  std::vector<std::size_t> units;  // numbers in the list of devices, in its order
+  tcp_place place;     // no host: the serial line
+  std::size_t number;  // of its units in the list of these
 
   // While the line is in use.
   mod_tcp_server server;
@@ -52,10 +52,8 @@ class poll_lines {
   poll_lines(const poll_lines&) = delete;
   poll_lines& operator=(const poll_lines&) = delete;
 
-  const std::vector<std::unique_ptr<poll_line>>& all() const noexcept { return lines_; }
-
-  // Whether a unit of the list stands on one of them.
-  bool reaches(std::size_t unit) const noexcept { return is_reached_[unit]; }
+  // The units of each line.
+  const std::vector<asked_units>& units() const noexcept { return units_; }
 
   // Opens and locks the serial port, where a line needs it. False after a complaint.
   bool open_port();
@@ -74,7 +72,7 @@ class poll_lines {
   const transport_settings& settings_;
   std::unique_ptr<locked_port> port_;
   std::vector<std::unique_ptr<poll_line>> lines_;
-  std::vector<bool> is_reached_;  // of the units
+  std::vector<asked_units> units_;
 };
 
 }  // namespace ruvex

@@ -54,7 +54,7 @@ class poll_run {
   // Polls as often as is wanted, and prints. Gives the status to end with.
   int run() {
     if (settings_.expected != nullptr && !expected_.load(settings_.expected)) return ctl_trouble;
-    if (lines_.all().empty()) {
+    if (lines_.units().empty()) {
       return complain_of_use(poll_command, "no unit can be reached; see --serial and --via");
     }
     std::optional<complete_file> file;
@@ -103,7 +103,7 @@ class poll_run {
       return readings[row.number].status == read_status::ok;
     };
     if (!std::ranges::all_of(rows_, is_ok)) status_ = ctl_findings;
-    const poll_result result = {path_, devices_, lines_, rows_, readings, sums};
+    const poll_result result = {path_, devices_, lines_.units(), rows_, readings, sums};
     if (settings_.format == poll_format::html) {
       print_page(result, begun, out);
     } else {

@@ -61,9 +61,9 @@ struct line_answers {
   std::uint64_t answers = 0, corrupt = 0;
 };
 
-line_answers answers_on(const poll_line& line, const poll_result& result) noexcept {
+line_answers answers_on(const asked_units& line, const poll_result& result) noexcept {
   line_answers all;
-  for (const std::size_t number : line.units) {
+  for (const std::size_t number : line.numbers) {
     const unit_sum& sum = result.sums[number];
     all.asked += sum.exchanges != 0 ? 1 : 0;
     all.silent += is_silent(sum) ? 1 : 0;
@@ -74,18 +74,17 @@ line_answers answers_on(const poll_line& line, const poll_result& result) noexce
   return all;
 }
 
-void hint_at_line(const poll_line& line, const poll_result& result, poll_hints& hints) {
+void hint_at_line(const asked_units& line, const poll_result& result, poll_hints& hints) {
   const line_answers all = answers_on(line, result);
-  for (const std::size_t number : line.units) {
+  for (const std::size_t number : line.numbers) {
     if (all.answering == 0 || !is_silent(result.sums[number])) continue;
     hints.push_back(
         {&result.devices.units[number], "it is silent while others answer: address or wiring?"});
   }
-  const bool is_serial = line.place.host.empty();
-  if (is_serial && all.asked != 0 && all.silent == all.asked) {
+  if (line.is_serial && all.asked != 0 && all.silent == all.asked) {
     hints.push_back({nullptr, "all units are silent: speed, parity, A and B?"});
   }
-  if (is_serial && all.corrupt * 10 > all.answers + all.corrupt) {
+  if (line.is_serial && all.corrupt * 10 > all.answers + all.corrupt) {
     hints.push_back({nullptr, message(all.corrupt, " of ", all.answers + all.corrupt,
                                       " answers were damaged: termination?")});
   }
@@ -99,7 +98,7 @@ std::vector<poll_hint> hints_of(const poll_result& result) {
     hint_at_shift(result.devices.units[at], result.sums[at], hints);
     hint_at_word_order(result.devices.units[at], result, hints);
   }
-  for (const auto& line : result.lines.all()) hint_at_line(*line, result, hints);
+  for (const asked_units& line : result.lines) hint_at_line(line, result, hints);
   return hints;
 }
 

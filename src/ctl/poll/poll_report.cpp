@@ -16,9 +16,8 @@ std::string_view skip_reason(const poll_row& row, const poll_result& result) {
   if (row.device->defect == unit_defect::address) return "the unit has no address from 1 to 247";
   if (row.device->defect == unit_defect::host) return "the unit has no IP address";
   const auto number = static_cast<std::size_t>(row.device - result.devices.units.data());
-  const bool is_asked = result.lines.reaches(number);
-  return is_asked ? "not asked any more"
-                  : "not asked, since it has no line; see --serial and --via";
+  return result.sums[number].has_line ? "not asked any more"
+                                      : "not asked, since it has no line; see --serial and --via";
 }
 
 bool is_failure(const poll_row& row, const poll_result& result) noexcept {

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "bus/devices.h"
-#include "lines.h"
 #include "poll_list.h"
 #include "reading.h"
 
@@ -16,7 +15,7 @@ namespace ruvex {
 struct poll_result {
   const char* path;
   const device_list& devices;
-  const poll_lines& lines;
+  std::span<const asked_units> lines;
   std::span<const poll_row> rows;
   std::span<const reading> readings;  // of the points, by number
   std::span<const unit_sum> sums;     // of the units of `devices`

@@ -2,8 +2,10 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
+#include <vector>
 
 namespace ruvex {
 
@@ -38,8 +40,15 @@ constexpr bool is_read(const reading& reading) noexcept {
   return reading.status == read_status::ok || reading.status == read_status::differs;
 }
 
+// Units that are asked one after the other: those of the serial line, or of a connection.
+struct asked_units {
+  bool is_serial;
+  std::vector<std::size_t> numbers;  // in the list of devices, in its order
+};
+
 // What the requests to a unit have come to.
 struct unit_sum {
+  bool has_line = false;
   std::uint32_t requests = 0;  // retries included
   std::uint32_t retries = 0;
   std::uint32_t exchanges = 0;   // a request with its retries
