@@ -63,7 +63,7 @@ void answer_one(served_unit& unit, const bytes& request, const answer_rules& rul
   const bytes answer = exact_answer(unit, request, rules);
   const std::uint8_t code = request[0];
   require(answer.size() >= 2 && answer.size() <= longest_pdu, "an answer fits its frame");
-  if (answer[0] != code) {
+  if (answer[0] != code || code >= 0x80) {
     require(answer[0] == (code | 0x80) && answer.size() == 2, "a refusal has its form");
     require(answer[1] >= 1 && answer[1] <= 3, "and one of the codes");
     return;
