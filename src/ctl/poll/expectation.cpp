@@ -116,9 +116,10 @@ bool expectation::load(const char* path) {
 
 const expectation::entry* expectation::find(const std::string& key,
                                             std::size_t turn) const noexcept {
-  const auto [from, end] = std::ranges::equal_range(entries_, key, {}, &entry::key);
-  return turn < static_cast<std::size_t>(end - from) ? &from[static_cast<std::ptrdiff_t>(turn)]
-                                                     : nullptr;
+  const auto first = std::ranges::lower_bound(entries_, key, {}, &entry::key);
+  const auto behind = static_cast<std::size_t>(entries_.end() - first);
+  const auto found = first + static_cast<std::ptrdiff_t>(std::min(turn, behind));
+  return found == entries_.end() || found->key != key ? nullptr : &*found;
 }
 
 bool expectation::compare(const char* path, std::span<const poll_row> rows,
