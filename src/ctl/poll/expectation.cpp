@@ -126,7 +126,6 @@ bool expectation::compare(const char* path, std::span<const poll_row> rows,
                           std::span<reading> readings, const poll_tolerance& tolerance,
                           bool is_whole) const {
   std::map<std::string, std::size_t> turns;  // of the next point of a key
-  std::vector<bool> is_used(entries_.size());
   bool is_same = true;
   const auto complain_of = [&](const poll_row& row, std::string_view text) {
     tell_difference(path, row, text);
@@ -142,7 +141,6 @@ bool expectation::compare(const char* path, std::span<const poll_row> rows,
       complain_of(row, message("is not in ", path_));
       continue;
     }
-    is_used[static_cast<std::size_t>(wanted - entries_.data())] = true;
     const shown_value now = shown_value_of(row, got);
     if (!wanted->is_read || !is_read(got) ||
         is_expected(now, {wanted->raw, wanted->value}, tolerance)) {
@@ -153,7 +151,7 @@ bool expectation::compare(const char* path, std::span<const poll_row> rows,
                 message("is ", text_of(now), ", expected ", text_of({wanted->raw, wanted->value})));
   }
   for (const entry& wanted : entries_) {
-    if (!is_whole || is_used[static_cast<std::size_t>(&wanted - entries_.data())]) continue;
+    if (!is_whole || turns.contains(wanted.key)) continue;
     print_message({path_, wanted.line, wanted.line, 0, "error", "the list has no such point"});
     is_same = false;
   }
