@@ -9,6 +9,7 @@
 #include "command.h"
 #include "input.h"
 #include "poll_columns.h"
+#include "poll_text.h"
 #include "report/place_message.h"
 #include "text/cells.h"
 #include "text/characters.h"
@@ -67,10 +68,9 @@ std::string text_of(const shown_value& shown) {
 void tell_difference(const char* path, const poll_row& row, std::string_view text) {
   std::string name = "unit ";
   append_unit(name, *row.unit);
-  const auto line = static_cast<std::size_t>(row.line);
-  print_message(
-      {path, line, line, 0, "error",
-       message(name, ", ", row.chn->reg_num.view(), " (", row.chn->name.view(), "): ", text)});
+  print_point_error(
+      path, row.line, row.line,
+      message(name, ", ", row.chn->reg_num.view(), " (", row.chn->name.view(), "): ", text));
 }
 
 }  // namespace
