@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <tuple>
 
-#include "points/point_view.h"
+#include "point_view.h"
 #include "ruvex/mapping/register_place.h"
 #include "text/texts.h"
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <string>
 
+#include "bus/point_view.h"
 #include "command.h"
-#include "points/point_view.h"
 #include "text/texts.h"
 
 namespace ruvex {

@@ -4,8 +4,8 @@
 #include <array>
 #include <cstdio>
 
+#include "bus/point_view.h"
 #include "command.h"
-#include "points/point_view.h"
 #include "ruvex/modbus/codes.h"
 #include "text/characters.h"
 #include "text/texts.h"

@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "points/point_view.h"
+#include "bus/point_view.h"
 #include "report/place_message.h"
 #include "text/cells.h"
 #include "text/characters.h"
