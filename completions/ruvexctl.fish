@@ -26,6 +26,16 @@ function __ruvexctl_values # of the option that is being written
       set values table csv json
     case show--format
       set values table csv json markdown ede html
+    case serve--format
+      set values text json
+    case serve--units-by
+      set values unit address
+    case serve--pattern
+      set values const count sine
+    case serve--writes
+      set values refuse accept
+    case serve--line
+      set values 9600,8E1 19200,8E1 19200,8N1 38400,8E1
     case tidy--encoding
       set values auto utf-8 utf-16 latin1 cp1252
     case tidy--delimiter

@@ -26,9 +26,10 @@ served_unit& unit_for(register_image& image, station& where, std::uint8_t number
 
 void cell_table::seal() {
   std::ranges::sort(cells_, std::less<>(), &register_cell::offset);
-  const auto repeated =
-      std::ranges::unique(cells_, std::ranges::equal_to(), &register_cell::offset);
-  cells_.erase(repeated.begin(), repeated.end());
+  const auto is_same = [](const register_cell& one, const register_cell& other) {
+    return one.offset == other.offset;
+  };
+  cells_.erase(std::unique(cells_.begin(), cells_.end(), is_same), cells_.end());
   cells_.shrink_to_fit();
 }
 

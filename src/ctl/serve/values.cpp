@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "bus/point_view.h"
@@ -144,6 +145,7 @@ class value_reader {
     std::array<std::uint16_t, 2> words = {};
     double value = 0;
     if (parse_words(text_at(row, columns_.raw), served.point.words, words)) {
+      if (served.is_swapped) std::swap(words[0], words[1]);
       where.put_words(served, words);
     } else if (text.empty()) {
       return;
