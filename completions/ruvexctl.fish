@@ -22,6 +22,8 @@ function __ruvexctl_values # of the option that is being written
       set before (string match -r '.*[=,]' -- $token)
       set values ($words[1] check --help |
         sed -n 's/^  \([a-z0-9-]*\)  *\(error\|warning\)  .*/\1/p')
+    case poll--format
+      set values table csv json
     case show--format
       set values table csv json markdown ede html
     case serve--format
@@ -47,7 +49,7 @@ function __ruvexctl_values # of the option that is being written
   printf '%s\n' $before$values
 end
 
-complete -c ruvexctl -n __fish_use_subcommand -f -a 'check show diff tidy serve help --help --version'
+complete -c ruvexctl -n __fish_use_subcommand -f -a 'check show diff tidy poll serve help --help --version'
 complete -c ruvexctl -n 'not __fish_use_subcommand; and string match -q -- "-*" (commandline -ct)' \
   -f -a '(__ruvexctl_options)'
 complete -c ruvexctl -n 'string match -q -- "--*=*" (commandline -ct)' -f -a '(__ruvexctl_values)'

@@ -15,8 +15,8 @@
 namespace ruvex {
 namespace {
 
-const command* const commands[] = {&check_command, &show_command, &diff_command, &tidy_command,
-                                   &poll_command,  &serve_command};
+const command* const commands[] = {&check_command, &show_command, &diff_command,
+                                   &tidy_command,  &poll_command, &serve_command};
 
 int run_main(int argc, char** argv);
 

@@ -21,22 +21,34 @@ void give_usual_mode(int descriptor) noexcept {
   ::fchmod(descriptor, 0666 & ~mask);
 }
 
+// A link stays, and the file that it leads to is replaced.
+std::string target_of(const char* path) {
+  char* const target = ::realpath(path, nullptr);
+  std::string found = target != nullptr ? target : path;
+  std::free(target);
+  return found;
+}
+
 }  // namespace
 
-complete_file::complete_file(const char* path) : path_(path) {
+complete_file::complete_file(const char* path, const char* input) : path_(target_of(path)) {
   struct stat status = {};
+  struct stat read = {};
   const bool is_there = ::stat(path, &status) == 0;
-  if (is_there && !S_ISREG(status.st_mode)) {
+  const bool is_regular = is_there && S_ISREG(status.st_mode);
+  if (is_regular && ::stat(input, &read) == 0 && status.st_dev == read.st_dev &&
+      status.st_ino == read.st_ino) {
+    complain("%s: the output would replace the input", path);
+    return;
+  }
+  if (is_there && !is_regular) {
     descriptor_ = ::open(path, O_WRONLY | O_CLOEXEC);
   } else {
     temporary_ = path_ + ".XXXXXX";
     descriptor_ = ::mkostemp(temporary_.data(), O_CLOEXEC);
   }
-  if (descriptor_ < 0) {
-    complain("%s: %s", path, std::strerror(errno));
-    return;
-  }
-  if (temporary_.empty()) return;
+  if (descriptor_ < 0) complain("%s: %s", path, std::strerror(errno));
+  if (descriptor_ < 0 || temporary_.empty()) return;
   if (is_there) {
     ::fchmod(descriptor_, status.st_mode & 07777);
   } else {

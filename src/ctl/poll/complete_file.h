@@ -8,8 +8,9 @@ namespace ruvex {
 class complete_file {
  public:
   // Makes a new file beside `path` to write to. A `path` that is there and no regular file, such as
-  // a device, is written directly. is_open() is false after a complaint.
-  explicit complete_file(const char* path);
+  // a device, is written directly. A `path` that is the file `input` is refused. is_open() is false
+  // after a complaint.
+  complete_file(const char* path, const char* input);
   ~complete_file();  // what was not kept goes
   complete_file(const complete_file&) = delete;
   complete_file& operator=(const complete_file&) = delete;

@@ -9,6 +9,7 @@
 #include "command.h"
 #include "input.h"
 #include "poll_columns.h"
+#include "poll_text.h"
 #include "report/place_message.h"
 #include "text/cells.h"
 #include "text/characters.h"
@@ -67,10 +68,9 @@ std::string text_of(const shown_value& shown) {
 void tell_difference(const char* path, const poll_row& row, std::string_view text) {
   std::string name = "unit ";
   append_unit(name, *row.unit);
-  const auto line = static_cast<std::size_t>(row.line);
-  print_message(
-      {path, line, line, 0, "error",
-       message(name, ", ", row.chn->reg_num.view(), " (", row.chn->name.view(), "): ", text)});
+  print_point_error(
+      path, row.line, row.line,
+      message(name, ", ", row.chn->reg_num.view(), " (", row.chn->name.view(), "): ", text));
 }
 
 }  // namespace
@@ -116,16 +116,16 @@ bool expectation::load(const char* path) {
 
 const expectation::entry* expectation::find(const std::string& key,
                                             std::size_t turn) const noexcept {
-  const auto [from, end] = std::ranges::equal_range(entries_, key, {}, &entry::key);
-  return turn < static_cast<std::size_t>(end - from) ? &from[static_cast<std::ptrdiff_t>(turn)]
-                                                     : nullptr;
+  const auto first = std::ranges::lower_bound(entries_, key, {}, &entry::key);
+  const auto behind = static_cast<std::size_t>(entries_.end() - first);
+  const auto found = first + static_cast<std::ptrdiff_t>(std::min(turn, behind));
+  return found == entries_.end() || found->key != key ? nullptr : &*found;
 }
 
 bool expectation::compare(const char* path, std::span<const poll_row> rows,
                           std::span<reading> readings, const poll_tolerance& tolerance,
                           bool is_whole) const {
   std::map<std::string, std::size_t> turns;  // of the next point of a key
-  std::vector<bool> is_used(entries_.size());
   bool is_same = true;
   const auto complain_of = [&](const poll_row& row, std::string_view text) {
     tell_difference(path, row, text);
@@ -141,7 +141,6 @@ bool expectation::compare(const char* path, std::span<const poll_row> rows,
       complain_of(row, message("is not in ", path_));
       continue;
     }
-    is_used[static_cast<std::size_t>(wanted - entries_.data())] = true;
     const shown_value now = shown_value_of(row, got);
     if (!wanted->is_read || !is_read(got) ||
         is_expected(now, {wanted->raw, wanted->value}, tolerance)) {
@@ -152,7 +151,7 @@ bool expectation::compare(const char* path, std::span<const poll_row> rows,
                 message("is ", text_of(now), ", expected ", text_of({wanted->raw, wanted->value})));
   }
   for (const entry& wanted : entries_) {
-    if (!is_whole || is_used[static_cast<std::size_t>(&wanted - entries_.data())]) continue;
+    if (!is_whole || turns.contains(wanted.key)) continue;
     print_message({path_, wanted.line, wanted.line, 0, "error", "the list has no such point"});
     is_same = false;
   }

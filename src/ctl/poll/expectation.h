@@ -31,8 +31,8 @@ class expectation {
   // Makes each point that was read and has another value than was expected `differs`, and tells
   // each of them, and the points that one of the two lacks, with a message; `path` is the list's,
   // which `is_whole` where nothing was left out. A point is found by unit, reference and name; of
-  // several that have all alike the first belongs to the first. What was not read then may be
-  // anything. True when all is as expected.
+  // several that have all alike the first belongs to the first; so the first of several rounds
+  // counts. What was not read then may be anything. True when all is as expected.
   bool compare(const char* path, std::span<const poll_row> rows, std::span<reading> readings,
                const poll_tolerance& tolerance, bool is_whole) const;
 

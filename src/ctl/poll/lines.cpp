@@ -5,8 +5,9 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <condition_variable>
 #include <map>
-#include <thread>
+#include <mutex>
 #include <tuple>
 
 #include "interruption.h"
@@ -21,13 +22,16 @@ struct shared_work {
   const std::function<void(std::size_t)>& act;
   const std::size_t count;
   std::atomic<std::size_t> next = 0;
-  std::atomic<std::size_t> running = 0;
+  std::mutex lock;
+  std::condition_variable ended;
+  std::size_t running = 0;  // threads; under the lock
 };
 
 void* do_work(void* shared) {
   auto& work = *static_cast<shared_work*>(shared);
   for (std::size_t at = work.next++; at < work.count; at = work.next++) work.act(at);
-  --work.running;
+  const std::lock_guard guard(work.lock);
+  if (--work.running == 0) work.ended.notify_one();
   return nullptr;
 }
 
@@ -36,27 +40,22 @@ void* do_work(void* shared) {
 // std::thread would end the program.
 void run_side_by_side(std::size_t count, const std::function<void(std::size_t)>& act,
                       const std::function<void()>& watch) {
-  shared_work work = {act, count};
+  shared_work work = {act, count, 0, {}, {}, std::min(count, most_line_threads)};
   std::vector<pthread_t> threads;
-  while (threads.size() < std::min(count, most_line_threads)) {
+  for (std::size_t left = work.running; left > 0; --left) {
     pthread_t thread = {};
-    ++work.running;
-    const bool has_begun = ::pthread_create(&thread, nullptr, do_work, &work) == 0;
-    if (has_begun) {
+    if (::pthread_create(&thread, nullptr, do_work, &work) == 0) {
       threads.push_back(thread);
-      continue;
+    } else {
+      do_work(&work);
     }
-    --work.running;
-    break;
   }
-  if (threads.empty()) {
-    ++work.running;
-    do_work(&work);
+  std::unique_lock guard(work.lock);
+  while (work.running > 0) {
+    watch();
+    work.ended.wait_for(guard, std::chrono::milliseconds(100));
   }
-  for (int step = 0; work.running > 0; ++step) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    if (step % 50 == 0) watch();
-  }
+  guard.unlock();
   for (const pthread_t thread : threads) ::pthread_join(thread, nullptr);
 }
 

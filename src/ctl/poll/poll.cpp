@@ -58,7 +58,7 @@ class poll_run {
       return complain_of_use(poll_command, "no unit can be reached; see --serial and --via");
     }
     std::optional<complete_file> file;
-    if (settings_.output != nullptr && !file.emplace(settings_.output).is_open()) {
+    if (settings_.output != nullptr && !file.emplace(settings_.output, path_).is_open()) {
       return ctl_trouble;
     }
     if (!lines_.open_port()) return ctl_trouble;

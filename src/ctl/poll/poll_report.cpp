@@ -3,7 +3,7 @@
 #include <string>
 
 #include "bus/point_view.h"
-#include "report/place_message.h"
+#include "poll_text.h"
 #include "ruvex/modbus/client.h"
 #include "ruvex/modbus/frame.h"
 #include "text/texts.h"
@@ -46,8 +46,7 @@ void print_failure(const poll_row& first, const poll_row& last, std::size_t coun
   if (is_range) text += message(" to ", last.point->offset);
   text += message(has_place ? "): " : ": ", failure_of(first, result));
   if (count > 1) text += message(", ", count, " points");
-  print_message({result.path, static_cast<std::size_t>(first.line),
-                 static_cast<std::size_t>(last.line), 0, "error", text});
+  print_point_error(result.path, first.line, last.line, text);
 }
 
 }  // namespace

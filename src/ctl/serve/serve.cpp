@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "bus/devices.h"
 #include "command.h"
@@ -86,9 +87,10 @@ std::size_t clients_with_room(std::size_t wanted, std::size_t listeners) {
   return static_cast<std::size_t>(most);
 }
 
-// False after a complaint.
+// False after a complaint, and so where there is nothing to listen on.
 bool listen_for(const serve_settings& settings, const register_image& image, tcp_server& server,
                 journal& told) {
+  bool is_listening = false;
   for (const auto& [host, where] : image.stations) {
     const bool is_line = settings.grouping == unit_grouping::address && host.empty();
     if (is_line) {
@@ -99,8 +101,10 @@ bool listen_for(const serve_settings& settings, const register_image& image, tcp
     const int port = server.listen(address, settings.port, where);
     if (port < 0) return false;
     told.tell_listening(message(address, ":", port));
+    is_listening = true;
   }
-  return true;
+  if (!is_listening && settings.serial.empty()) complain("no unit has an IP address");
+  return is_listening || !settings.serial.empty();
 }
 
 int serve_list(const serve_settings& settings, const served_list& list,
@@ -133,6 +137,10 @@ int run_serve(int argc, char** argv) {
   }
   const auto files = operands(argc, argv);
   if (files.size() != 1) return complain_of_use(serve_command, "one file is needed");
+  const auto is_input = [](const char* path) { return path == std::string_view("-"); };
+  if (settings.values != nullptr && is_input(settings.values) && is_input(files[0])) {
+    return complain_of_use(serve_command, "standard input cannot be two files");
+  }
   file_source source;
   const std::optional<loaded_file> loaded = load_file(files[0], &source);
   if (!loaded) return ctl_trouble;

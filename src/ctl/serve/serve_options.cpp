@@ -94,6 +94,10 @@ std::optional<int> read_serve_options(int argc, char** argv, serve_settings& set
 
 void take_line_of(const yax_cfg& doc, serve_settings& settings) {
   constexpr choice<char> parities[] = {{"NONE", 'N'}, {"EVEN", 'E'}, {"ODD", 'O'}};
+  const bool is_rtu = doc.protocol.empty() || doc.protocol == "RTU";
+  if (!is_rtu && !settings.serial.empty()) {
+    complain("the document has %s on its line; what is served is RTU", doc.protocol.c_str());
+  }
   char parity = 0;
   if (settings.has_line || !choose(parities, doc.parity.view(), parity)) return;
   std::string text = message(doc.baudrate.view(), ",8");

@@ -38,7 +38,8 @@ struct serve_settings {
 // Reads the options; the result is that of read_options.
 std::optional<int> read_serve_options(int argc, char** argv, serve_settings& settings);
 
-// Takes the speed and the parity of a document for the serial line, unless a line was given.
+// Takes the speed and the parity of a document for the serial line, unless a line was given. Where
+// the document has another protocol than RTU, a complaint says what is served.
 void take_line_of(const yax_cfg& doc, serve_settings& settings);
 
 }  // namespace ruvex
