@@ -23,7 +23,7 @@ function __ruvexctl_values # of the option that is being written
       set values ($words[1] check --help |
         sed -n 's/^  \([a-z0-9-]*\)  *\(error\|warning\)  .*/\1/p')
     case poll--format
-      set values table csv json
+      set values table csv json html
     case show--format
       set values table csv json markdown ede html
     case serve--format
