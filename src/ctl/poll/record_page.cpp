@@ -93,9 +93,9 @@ std::string line_text(const transport_settings& transport) {
                  enum_to_str(chk_protocol, transport.protocol));
 }
 
-class record {
+class record_page {
  public:
-  record(const poll_record& told, output& out)
+  record_page(const poll_record& told, output& out)
       : told_(told), result_(told.result), out_(out), hints_(hints_of(told.result)) {}
 
   void print() {
@@ -220,7 +220,8 @@ class record {
     append_all(text_, "</td><td>", html_text{chn.name.view()}, "<small>",
                html_text{chn.bac_desc.view()}, "</small></td>");
     if (has_expected()) {
-      const std::string& expected = told_.expected[&row - result_.rows.data()];
+      const auto place = static_cast<std::size_t>(&row - result_.rows.data());
+      const std::string& expected = told_.expected[place];
       append_all(text_, "<td>", html_text{expected}, "</td>");
     }
     print_reading(row, result_.readings[row.number]);
@@ -263,8 +264,8 @@ class record {
 
 }  // namespace
 
-void print_record(const poll_record& told, output& out) {
-  record(told, out).print();
+void print_record(const poll_record& record, output& out) {
+  record_page(record, out).print();
 }
 
 }  // namespace ruvex
