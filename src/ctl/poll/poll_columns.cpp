@@ -28,9 +28,9 @@ void append_time(std::string& out, const told_point& told) {
   char text[32];
   ::gmtime_r(&seconds, &parts);
   out.append(text, std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S.", &parts));
-  const std::string thousandths = std::to_string(since % 1000);
-  out.append(3 - std::min<std::size_t>(thousandths.size(), 3), '0');
-  out += thousandths + "Z";
+  const auto thousandths = static_cast<int>(since % 1000);
+  for (const int place : {100, 10, 1}) out += static_cast<char>('0' + thousandths / place % 10);
+  out += 'Z';
 }
 
 void append_line(std::string& out, const told_point& told) {
@@ -51,7 +51,8 @@ void append_wire_address(std::string& out, const told_point& told) {
 }
 
 void append_function(std::string& out, const told_point& told) {
-  if (told.row.point != nullptr) append(out, reading_function(told.row.point->table));
+  if (told.row.point == nullptr) return;
+  out += static_cast<char>('0' + reading_function(told.row.point->table));  // 1 to 4
 }
 
 void append_status(std::string& out, const told_point& told) {
