@@ -22,8 +22,20 @@ function __ruvexctl_values # of the option that is being written
       set before (string match -r '.*[=,]' -- $token)
       set values ($words[1] check --help |
         sed -n 's/^  \([a-z0-9-]*\)  *\(error\|warning\)  .*/\1/p')
+    case poll--format
+      set values table csv json html
     case show--format
       set values table csv json markdown ede html
+    case serve--format
+      set values text json
+    case serve--units-by
+      set values unit address
+    case serve--pattern
+      set values const count sine
+    case serve--writes
+      set values refuse accept
+    case serve--line
+      set values 9600,8E1 19200,8E1 19200,8N1 38400,8E1
     case tidy--encoding
       set values auto utf-8 utf-16 latin1 cp1252
     case tidy--delimiter
@@ -37,7 +49,7 @@ function __ruvexctl_values # of the option that is being written
   printf '%s\n' $before$values
 end
 
-complete -c ruvexctl -n __fish_use_subcommand -f -a 'check show diff tidy help --help --version'
+complete -c ruvexctl -n __fish_use_subcommand -f -a 'check show diff tidy poll serve help --help --version'
 complete -c ruvexctl -n 'not __fish_use_subcommand; and string match -q -- "-*" (commandline -ct)' \
   -f -a '(__ruvexctl_options)'
 complete -c ruvexctl -n 'string match -q -- "--*=*" (commandline -ct)' -f -a '(__ruvexctl_values)'

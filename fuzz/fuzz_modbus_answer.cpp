@@ -59,11 +59,14 @@ void search_answer(std::uint8_t protocol, const mod_mex& request, const bytes& s
   mod_rxReset(ctx.get());
   for (std::size_t at = 0; at <= said.size(); ++at) {
     const bool is_end = at == said.size();
-    const finding found = is_end ? take_silence(*ctx, wanted) : take_byte(*ctx, wanted, said[at]);
+    const frame_finding found =
+        is_end ? take_silence(*ctx, wanted) : take_byte(*ctx, wanted, said[at]);
     require(ctx->length >= 0 && ctx->length <= mod_buffer_size, "within the buffer");
-    if (found == finding::out_of_step) return require(protocol == MOD_TCP, "only connections");
-    if (found != finding::answer && found != finding::exception) continue;
-    require_wanted(*ctx, wanted, found == finding::exception);
+    if (found == frame_finding::out_of_step) {
+      return require(protocol == MOD_TCP, "only connections");
+    }
+    if (found != frame_finding::answer && found != frame_finding::exception) continue;
+    require_wanted(*ctx, wanted, found == frame_finding::exception);
     return require_said(*ctx, ctx->length, said_until(said, is_end ? at : at + 1));
   }
 }

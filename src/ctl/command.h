@@ -31,6 +31,8 @@ extern const command check_command;
 extern const command show_command;
 extern const command diff_command;
 extern const command tidy_command;
+extern const command poll_command;
+extern const command serve_command;
 
 // "ruvexctl NAME", with which a user starts the command.
 std::string program_of(const command& command);

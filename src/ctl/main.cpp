@@ -15,7 +15,8 @@
 namespace ruvex {
 namespace {
 
-const command* const commands[] = {&check_command, &show_command, &diff_command, &tidy_command};
+const command* const commands[] = {&check_command, &show_command, &diff_command,
+                                   &tidy_command,  &poll_command, &serve_command};
 
 int run_main(int argc, char** argv);
 
@@ -27,6 +28,8 @@ const command main_command = {"", "SUBCOMMAND [OPTION]... [FILE]...",
   show    print the points of a file as the controller will have them
   diff    compare the points of two files
   tidy    turn a spreadsheet export into a mapping file
+  poll    read every point of a file from its device
+  serve   answer for the devices of a file over Modbus
 
   -h, --help     print this help, or that of a subcommand ("ruvexctl check -h",
                  "ruvexctl help check")

@@ -39,19 +39,20 @@ bool has_exception_head(const wanted_answer& wanted, const std::uint8_t* message
   return message[0] == wanted.head[0] && message[function_at] == (wanted.head[1] | exception_bit);
 }
 
-finding judge(std::uint8_t protocol, const wanted_answer& wanted, const std::uint8_t* message,
-              std::int32_t length) noexcept {
+frame_finding judge(std::uint8_t protocol, const wanted_answer& wanted, const std::uint8_t* message,
+                    std::int32_t length) noexcept {
   if (framing_of(protocol).has_mbap) {
-    if (load_big<std::uint16_t>(message) != wanted.tid) return finding::stale;
+    if (load_big<std::uint16_t>(message) != wanted.tid) return frame_finding::stale;
     message += mbap_size;
     length -= static_cast<std::int32_t>(mbap_size);
   }
-  if (length < exception_size) return finding::corrupt;
+  if (length < exception_size) return frame_finding::corrupt;
   if (has_exception_head(wanted, message)) {
-    return length == exception_size ? finding::exception : finding::corrupt;
+    return length == exception_size ? frame_finding::exception : frame_finding::corrupt;
   }
-  if (length < wanted.head_size || !has_head(wanted, message)) return finding::stale;
-  return wanted.length == 0 || length == wanted.length ? finding::answer : finding::corrupt;
+  if (length < wanted.head_size || !has_head(wanted, message)) return frame_finding::stale;
+  return wanted.length == 0 || length == wanted.length ? frame_finding::answer
+                                                       : frame_finding::corrupt;
 }
 
 // Whether the header that stands in the buffer can be that of a frame.
@@ -61,27 +62,27 @@ bool is_in_step(const mod_ctx& ctx, const wanted_answer& wanted) noexcept {
          rest <= mod_buffer_size - static_cast<int>(mbap_size);
 }
 
-finding take_framed(mod_ctx& ctx, const wanted_answer& wanted, std::uint8_t byte) noexcept {
+frame_finding take_framed(mod_ctx& ctx, const wanted_answer& wanted, std::uint8_t byte) noexcept {
   // No frame has a ":" inside, so one begins here, whatever came before.
   if (ctx.protocol == MOD_ASCII && byte == ':') mod_rxReset(&ctx);
   if (mod_rxChar(&ctx, byte) == 0) {
     const bool is_header = framing_of(ctx.protocol).has_mbap && ctx.length == mbap_size;
-    if (is_header && !is_in_step(ctx, wanted)) return finding::out_of_step;
-    if (ctx.length < mod_buffer_size) return finding::nothing;
+    if (is_header && !is_in_step(ctx, wanted)) return frame_finding::out_of_step;
+    if (ctx.length < mod_buffer_size) return frame_finding::nothing;
     mod_rxReset(&ctx);
-    return finding::corrupt;
+    return frame_finding::corrupt;
   }
   const std::int32_t length = mod_rxToBin(ctx.protocol, ctx.length, ctx.buffer, ctx.buffer);
-  const finding found =
-      length < 0 ? finding::corrupt : judge(ctx.protocol, wanted, ctx.buffer, length);
+  const frame_finding found =
+      length < 0 ? frame_finding::corrupt : judge(ctx.protocol, wanted, ctx.buffer, length);
   mod_rxReset(&ctx);
-  if (found == finding::answer || found == finding::exception) ctx.length = length;
-  const bool is_lost = found == finding::corrupt && framing_of(ctx.protocol).has_mbap;
-  return is_lost ? finding::out_of_step : found;
+  if (found == frame_finding::answer || found == frame_finding::exception) ctx.length = length;
+  const bool is_lost = found == frame_finding::corrupt && framing_of(ctx.protocol).has_mbap;
+  return is_lost ? frame_finding::out_of_step : found;
 }
 
 // Leaves the message of the frame that begins at `start` and ends with the buffer.
-finding found_rtu(mod_ctx& ctx, std::int32_t start, finding found) noexcept {
+frame_finding found_rtu(mod_ctx& ctx, std::int32_t start, frame_finding found) noexcept {
   drop_front(ctx, start);
   ctx.length -= rtu_crc_size;
   return found;
@@ -97,13 +98,13 @@ std::int32_t start_of_frame(const mod_ctx& ctx, std::int32_t size, HasHead has) 
 
 // Frames are looked for at every start: a neighbour's bytes, noise or an earlier answer may stand
 // in front. Values of an answer that is still coming may look like an exception, and are none.
-finding take_rtu(mod_ctx& ctx, const wanted_answer& wanted, std::uint8_t byte) noexcept {
+frame_finding take_rtu(mod_ctx& ctx, const wanted_answer& wanted, std::uint8_t byte) noexcept {
   append_sliding(ctx, byte);
   if (wanted.length != 0) {
     const std::int32_t start =
         start_of_frame(ctx, wanted.length + rtu_crc_size,
                        [&](const std::uint8_t* at) { return has_head(wanted, at); });
-    if (start >= 0) return found_rtu(ctx, start, finding::answer);
+    if (start >= 0) return found_rtu(ctx, start, frame_finding::answer);
   }
   const auto begun = static_cast<std::size_t>(std::min<int>(ctx.length, wanted.head_size));
   const bool is_coming = std::memcmp(ctx.buffer, wanted.head, begun) == 0 &&
@@ -111,8 +112,8 @@ finding take_rtu(mod_ctx& ctx, const wanted_answer& wanted, std::uint8_t byte) n
   const std::int32_t start =
       start_of_frame(ctx, exception_size + rtu_crc_size,
                      [&](const std::uint8_t* at) { return has_exception_head(wanted, at); });
-  if (start < 0 || is_coming) return finding::nothing;
-  return found_rtu(ctx, start, finding::exception);
+  if (start < 0 || is_coming) return frame_finding::nothing;
+  return found_rtu(ctx, start, frame_finding::exception);
 }
 
 bool holds_response(const mod_ctx& ctx) noexcept {
@@ -143,21 +144,21 @@ wanted_answer answer_to(std::uint8_t protocol, const mod_mex& mex,
   return wanted;
 }
 
-finding take_byte(mod_ctx& ctx, const wanted_answer& wanted, std::uint8_t byte) noexcept {
+frame_finding take_byte(mod_ctx& ctx, const wanted_answer& wanted, std::uint8_t byte) noexcept {
   return ctx.protocol == MOD_RTU ? take_rtu(ctx, wanted, byte) : take_framed(ctx, wanted, byte);
 }
 
-finding take_silence(mod_ctx& ctx, const wanted_answer& wanted) noexcept {
-  if (ctx.length == 0) return finding::nothing;
-  if (ctx.protocol != MOD_RTU) return finding::corrupt;
+frame_finding take_silence(mod_ctx& ctx, const wanted_answer& wanted) noexcept {
+  if (ctx.length == 0) return frame_finding::nothing;
+  if (ctx.protocol != MOD_RTU) return frame_finding::corrupt;
   if (wanted.length == 0) {
     for (std::int32_t size = ctx.length; size >= rtu_shortest; --size) {
       const std::int32_t start =
           start_of_frame(ctx, size, [&](const std::uint8_t* at) { return has_head(wanted, at); });
-      if (start >= 0) return found_rtu(ctx, start, finding::answer);
+      if (start >= 0) return found_rtu(ctx, start, frame_finding::answer);
     }
   }
-  return holds_response(ctx) ? finding::stale : finding::corrupt;
+  return holds_response(ctx) ? frame_finding::stale : frame_finding::corrupt;
 }
 
 }  // namespace ruvex

@@ -28,7 +28,7 @@ wanted_answer answer_to(std::uint8_t protocol, const mod_mex& mex,
                         const std::uint8_t* message) noexcept;
 
 // What a byte has completed.
-enum class finding : std::uint8_t {
+enum class frame_finding : std::uint8_t {
   nothing,
   answer,       // the wanted one
   exception,    // the exception response to the request
@@ -39,10 +39,10 @@ enum class finding : std::uint8_t {
 
 // Takes bytes into `buffer` of a context, whose mod_rxReset begins a search. After `answer` and
 // `exception` the message stands there, and `length` is its length.
-finding take_byte(mod_ctx& ctx, const wanted_answer& wanted, std::uint8_t byte) noexcept;
+frame_finding take_byte(mod_ctx& ctx, const wanted_answer& wanted, std::uint8_t byte) noexcept;
 
 // What the end of the input has completed: an RTU frame of open length, or nothing. Where bytes are
 // left over, `stale` when there is a whole response among them, otherwise `corrupt`.
-finding take_silence(mod_ctx& ctx, const wanted_answer& wanted) noexcept;
+frame_finding take_silence(mod_ctx& ctx, const wanted_answer& wanted) noexcept;
 
 }  // namespace ruvex

@@ -71,8 +71,9 @@ void await_owed(mod_client& client) noexcept {
   wanted_answer late = {0, 0, {owed.unit, owed.fcn}, 2, 0};
   std::uint8_t bytes[mod_buffer_size];
   mod_rxReset(&client.ctx);
-  const auto count = [&](finding found) {
-    if ((found != finding::answer && found != finding::exception) || owed.is_mixed) return;
+  const auto count = [&](frame_finding found) {
+    if ((found != frame_finding::answer && found != frame_finding::exception) || owed.is_mixed)
+      return;
     --owed.count;
     mod_rxReset(&client.ctx);
   };
@@ -149,10 +150,10 @@ class answer_reception {
       is_last = now_ms() > whole_;
       const std::int32_t got = receive_some(client_, bytes, deadline());
       if (got < 0 && client_.line.is_closed) return mod_status::closed;
-      const finding found = got < 0 || is_last ? take_last(bytes, got) : take(bytes, got);
-      if (found == finding::answer) return mod_status::ok;
-      if (found == finding::exception) return mod_status::exception;
-      if (found == finding::out_of_step) return mod_status::corrupt;
+      const frame_finding found = got < 0 || is_last ? take_last(bytes, got) : take(bytes, got);
+      if (found == frame_finding::answer) return mod_status::ok;
+      if (found == frame_finding::exception) return mod_status::exception;
+      if (found == frame_finding::out_of_step) return mod_status::corrupt;
       is_last = is_last || (got < 0 && now_ms() >= first_);
     }
     return seen_;
@@ -167,31 +168,32 @@ class answer_reception {
     return may_end ? std::min(whole_, now_ms() + gap_ms(client_)) : whole_;
   }
 
-  finding note(finding found) noexcept {
-    if (found == finding::stale) seen_ = mod_status::stale;
-    if (found == finding::corrupt) seen_ = mod_status::corrupt;
+  frame_finding note(frame_finding found) noexcept {
+    if (found == frame_finding::stale) seen_ = mod_status::stale;
+    if (found == frame_finding::corrupt) seen_ = mod_status::corrupt;
     return found;
   }
 
-  finding take(const std::uint8_t* bytes, std::int32_t count) noexcept {
+  frame_finding take(const std::uint8_t* bytes, std::int32_t count) noexcept {
     for (std::int32_t at = 0; at < count; ++at) {
-      const finding found = note(take_byte(client_.ctx, wanted_, bytes[at]));
-      if (found != finding::nothing && found != finding::stale && found != finding::corrupt) {
+      const frame_finding found = note(take_byte(client_.ctx, wanted_, bytes[at]));
+      if (found != frame_finding::nothing && found != frame_finding::stale &&
+          found != frame_finding::corrupt) {
         return found;
       }
     }
-    return finding::nothing;
+    return frame_finding::nothing;
   }
 
   // What comes before a gap or at the end of the time.
-  finding take_last(const std::uint8_t* bytes, std::int32_t count) noexcept {
-    finding found = take(bytes, count);
-    if (found != finding::nothing) return found;
+  frame_finding take_last(const std::uint8_t* bytes, std::int32_t count) noexcept {
+    frame_finding found = take(bytes, count);
+    if (found != frame_finding::nothing) return found;
     const bool has_length =
         wanted_.length != 0 && client_.ctx.length == wanted_.length + rtu_crc_size;
     found = note(take_silence(client_.ctx, wanted_));
-    is_damaged_ = is_damaged_ || (found == finding::corrupt && has_length);
-    if (found != finding::answer) mod_rxReset(&client_.ctx);
+    is_damaged_ = is_damaged_ || (found == frame_finding::corrupt && has_length);
+    if (found != frame_finding::answer) mod_rxReset(&client_.ctx);
     return found;
   }
 

@@ -7,10 +7,10 @@
 #include <string_view>
 #include <vector>
 
+#include "bus/point_view.h"
 #include "command.h"
 #include "load.h"
 #include "output.h"
-#include "point_view.h"
 #include "ruvex/cfg/decimal.h"
 #include "ruvex/cfg/fields.h"
 #include "ruvex/mapping/rules.h"

@@ -1,18 +1,15 @@
 #include "html_page.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <span>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "html/markup.h"
+#include "html/page_frame.h"
 #include "html/register_picture.h"
-#include "html/style_sheet.h"
 #include "html_rows.h"
 #include "point_findings.h"
-#include "ruvex/mapping/register_place.h"
 
 namespace ruvex {
 namespace {
@@ -39,7 +36,7 @@ class page {
       : doc_(*file.doc), findings_(source), is_checked_(!source.content.empty()), out_(out) {}
 
   void print(std::string_view name) {
-    head(name);
+    append_page_start(text_, name, {});
     sums();
     list_others();
     overview();
@@ -48,7 +45,7 @@ class page {
     for (const unit_cfg* each = doc_.unit_list; each != nullptr; each = each->next) {
       print_unit(*each, number++, first);
     }
-    text_ += "</body>\n</html>\n";
+    text_ += page_end;
     put();
   }
 
@@ -56,15 +53,6 @@ class page {
   void put() {
     out_.put(text_);
     text_.clear();
-  }
-
-  void head(std::string_view name) {
-    append_all(text_,
-               "<!DOCTYPE html>\n<html lang=\"en\" xmlns=\"http://www.w3.org/1999/xhtml\">\n<head>"
-               "<meta charset=\"utf-8\"/>\n"
-               "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\"/>\n<title>",
-               html_text{name}, "</title>\n<style>", page_style, "</style></head>\n<body>\n<h1>",
-               html_text{name}, "</h1>\n");
   }
 
   void sums() {
@@ -156,28 +144,13 @@ class page {
     append_all(text_, " <small>", html_text{unit.name.view()}, "</small></h2>\n");
     put();
     const bool is_reached = is_modbus(unit);
-    if (is_reached) print_pictures(unit, first);
+    if (is_reached) print_register_pictures(unit, first, {}, out_);
     append_point_head(text_);
     for (const chn_cfg* chn = unit.chn_list; chn != nullptr; chn = chn->next) {
       print_point({unit, *chn, is_reached}, first++);
     }
     text_ += "</tbody></table>\n</section>\n";
     put();
-  }
-
-  void print_pictures(const unit_cfg& unit, std::size_t first) {
-    const std::vector<placed_point> points = placed_points(unit, first);
-    const placed_point* const end = points.data() + points.size();
-    for (const placed_point* from = points.data(); from != end;) {
-      const placed_point* const next = std::find_if(
-          from, end, [from](const placed_point& point) { return point.table != from->table; });
-      const std::vector<used_word> words = words_of(from, next);
-      append_all(text_, "<h3>", table_name(from->table), "s <small>", words.size(),
-                 " used</small></h3>\n");
-      put();
-      print_register_picture(words, out_);
-      from = next;
-    }
   }
 
   void print_point(const point& shown, std::size_t number) {

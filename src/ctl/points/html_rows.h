@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <string>
 
-#include "point_view.h"
+#include "bus/point_view.h"
 #include "report/rules.h"
 
 namespace ruvex {

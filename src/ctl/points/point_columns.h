@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "point_view.h"
+#include "bus/point_view.h"
 
 namespace ruvex {
 

@@ -1,10 +1,12 @@
 #include "register_picture.h"
 
-#include <array>
+#include <algorithm>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "markup.h"
+#include "ruvex/mapping/register_place.h"
 
 namespace ruvex {
 namespace {
@@ -51,7 +53,7 @@ struct box_shape {
 
 class picture {
  public:
-  explicit picture(output& out) noexcept : out_(out) {}
+  picture(const box_style& style, output& out) noexcept : style_(style), out_(out) {}
 
   void draw(const used_word& word) {
     advance_to(word);
@@ -66,7 +68,7 @@ class picture {
       box(lead, {column, 1, true, false});
     }
     if (word.bits != 0) bits(column, word);
-    if (word.is_clash) clash(word, column);
+    if (word.is_clash && !style_) clash(word, column);
   }
 
   void end() {
@@ -169,7 +171,7 @@ class picture {
 
   void box(const placed_point& point, const box_shape& shape) {
     begin_link(point);
-    outline(look_of(point).style, shape);
+    outline(style_ ? style_(point) : look_of(point).style, shape);
     svg_ += "</a>";
   }
 
@@ -201,6 +203,7 @@ class picture {
     svg_ += "</a>";
   }
 
+  const box_style& style_;
   output& out_;
   std::string svg_;
   std::int32_t last_ = -1;  // the offset of the last word drawn
@@ -208,10 +211,23 @@ class picture {
 
 }  // namespace
 
-void print_register_picture(const std::vector<used_word>& words, output& out) {
-  picture drawn(out);
-  for (const used_word& word : words) drawn.draw(word);
-  drawn.end();
+void print_register_pictures(const unit_cfg& unit, std::size_t first, const box_style& style,
+                             output& out) {
+  const std::vector<placed_point> points = placed_points(unit, first);
+  const placed_point* const end = points.data() + points.size();
+  for (const placed_point* from = points.data(); from != end;) {
+    const placed_point* const next = std::find_if(
+        from, end, [from](const placed_point& point) { return point.table != from->table; });
+    const std::vector<used_word> words = words_of(from, next);
+    std::string heading;
+    append_all(heading, "<h3>", table_name(from->table), "s <small>", words.size(),
+               " used</small></h3>\n");
+    out.put(heading);
+    picture drawn(style, out);
+    for (const used_word& word : words) drawn.draw(word);
+    drawn.end();
+    from = next;
+  }
 }
 
 }  // namespace ruvex

@@ -1,0 +1,251 @@
+#include "poll_columns.h"
+
+#include <algorithm>
+#include <array>
+#include <ctime>
+#include <utility>
+
+#include "bus/point_value.h"
+#include "bus/point_view.h"
+#include "points/row_formats.h"
+#include "poll_text.h"
+#include "text/characters.h"
+#include "text/texts.h"
+
+namespace ruvex {
+namespace {
+
+struct told_point {
+  const poll_row& row;
+  const reading& got;
+};
+
+void append_time(std::string& out, const told_point& told) {
+  if (told.got.status == read_status::skipped) return;
+  const auto since = told.got.time.time_since_epoch().count();
+  const auto seconds = static_cast<std::time_t>(since / 1000);
+  std::tm parts = {};
+  char text[32];
+  ::gmtime_r(&seconds, &parts);
+  out.append(text, std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S.", &parts));
+  const auto thousandths = static_cast<int>(since % 1000);
+  for (const int place : {100, 10, 1}) out += static_cast<char>('0' + thousandths / place % 10);
+  out += 'Z';
+}
+
+void append_line(std::string& out, const told_point& told) {
+  if (told.row.line != 0) append(out, told.row.line);
+}
+
+void append_unit_name(std::string& out, const told_point& told) {
+  append_unit(out, *told.row.unit);
+}
+
+template <auto Member>
+void append_setting(std::string& out, const told_point& told) {
+  out += (told.row.chn->*Member).view();
+}
+
+void append_wire_address(std::string& out, const told_point& told) {
+  if (told.row.point != nullptr) append(out, told.row.point->offset);
+}
+
+void append_function(std::string& out, const told_point& told) {
+  if (told.row.point == nullptr) return;
+  out += static_cast<char>('0' + reading_function(told.row.point->table));  // 1 to 4
+}
+
+void append_status(std::string& out, const told_point& told) {
+  out += text_of(told.got.status);
+}
+
+// For people; programs get a word of the list.
+void append_status_with_code(std::string& out, const told_point& told) {
+  append_status(out, told);
+  if (told.got.status == read_status::exception) out += message(" ", told.got.code);
+}
+
+void append_told_raw(std::string& out, const told_point& told) {
+  append_raw(out, told.row, told.got);
+}
+
+void append_told_value(std::string& out, const told_point& told) {
+  append_value(out, told.row, told.got);
+}
+
+void append_ms(std::string& out, const told_point& told) {
+  if (told.got.status != read_status::skipped) append(out, told.got.ms);
+}
+
+enum class cell_kind : std::uint8_t { string, number };  // in JSON; an empty number is null
+
+struct poll_column {
+  const char* title;
+  cell_kind kind;
+  void (*append)(std::string& out, const told_point& told);
+};
+
+// clang-format off
+constexpr poll_column columns_for_programs[] = {
+    {"time",         cell_kind::string, append_time},
+    {"line",         cell_kind::number, append_line},
+    {"unit",         cell_kind::string, append_unit_name},
+    {"reference",    cell_kind::string, append_setting<&chn_cfg::reg_num>},
+    {"wire_address", cell_kind::number, append_wire_address},
+    {"function",     cell_kind::number, append_function},
+    {"status",       cell_kind::string, append_status},
+    {"raw",          cell_kind::string, append_told_raw},
+    {"value",        cell_kind::string, append_told_value},  // JSON has no number for nan and inf
+    {"units",        cell_kind::string, append_setting<&chn_cfg::bac_units>},
+    {"name",         cell_kind::string, append_setting<&chn_cfg::name>},
+    {"ms",           cell_kind::number, append_ms},
+};
+
+constexpr poll_column columns_for_people[] = {
+    {"unit",         cell_kind::string, append_unit_name},
+    {"reference",    cell_kind::string, append_setting<&chn_cfg::reg_num>},
+    {"wire address", cell_kind::number, append_wire_address},
+    {"status",       cell_kind::string, append_status_with_code},
+    {"raw",          cell_kind::string, append_told_raw},
+    {"value",        cell_kind::number, append_told_value},
+    {"units",        cell_kind::string, append_setting<&chn_cfg::bac_units>},
+    {"name",         cell_kind::string, append_setting<&chn_cfg::name>},
+};
+// clang-format on
+
+class readings_table {
+ public:
+  readings_table(std::span<const poll_row> rows, std::span<const reading> readings)
+      : rows_(rows), readings_(readings) {
+    std::size_t place = 0;
+    for (const poll_column& column : columns_for_people) {
+      append_printable(cell_, column.title);
+      widths_[place++] = std::exchange(cell_, {}).size();
+    }
+    for_each(
+        [this](std::size_t at, std::size_t width) { widths_[at] = std::max(widths_[at], width); });
+  }
+
+  void print(bool has_header, output& out) {
+    if (has_header) {
+      std::size_t place = 0;
+      for (const poll_column& column : columns_for_people) {
+        cell_ = column.title;
+        add(place, cell_.size());
+        ++place;
+      }
+      end(out);
+    }
+    for_each([&](std::size_t at, std::size_t width) {
+      add(at, width);
+      if (at + 1 == std::size(columns_for_people)) end(out);
+    });
+  }
+
+ private:
+  // Calls act(place, width) for each cell, whose text is in cell_.
+  template <class Act>
+  void for_each(Act act) {
+    std::string text;
+    for (const poll_row& row : rows_) {
+      std::size_t place = 0;
+      for (const poll_column& column : columns_for_people) {
+        text.clear();
+        cell_.clear();
+        column.append(text, {row, readings_[row.number]});
+        const std::size_t width = append_printable(cell_, text);
+        act(place++, width);
+      }
+    }
+  }
+
+  // Numbers stand at the right.
+  void add(std::size_t place, std::size_t width) {
+    const std::size_t room = widths_[place] - std::min(width, widths_[place]);
+    const bool is_number = columns_for_people[place].kind == cell_kind::number;
+    if (is_number) line_.append(room, ' ');
+    line_ += cell_;
+    if (!is_number) line_.append(room, ' ');
+    line_ += "  ";
+  }
+
+  void end(output& out) {
+    line_.erase(line_.find_last_not_of(' ') + 1);
+    line_ += '\n';
+    out.put(line_);
+    line_.clear();
+  }
+
+  std::span<const poll_row> rows_;
+  std::span<const reading> readings_;
+  std::array<std::size_t, std::size(columns_for_people)> widths_ = {};
+  std::string cell_, line_;
+};
+
+void append_csv_row(std::string& out, const told_point& told) {
+  std::string cell;
+  for (const poll_column& column : columns_for_programs) {
+    cell.clear();
+    column.append(cell, told);
+    append_csv_cell(out, cell, ',');
+    out += ',';
+  }
+  out.back() = '\n';
+}
+
+void append_json_row(std::string& out, const told_point& told) {
+  std::string cell;
+  char before = '{';
+  for (const poll_column& column : columns_for_programs) {
+    cell.clear();
+    column.append(cell, told);
+    out += std::exchange(before, ',');
+    out += message("\"", column.title, "\":");
+    if (column.kind == cell_kind::string) {
+      append_json(out, cell);
+    } else {
+      out += cell.empty() ? "null" : cell;
+    }
+  }
+  out += "}\n";
+}
+
+}  // namespace
+
+void append_value(std::string& out, const poll_row& row, const reading& reading) {
+  if (is_read(reading)) append_value(out, form_of(*row.point), reading.words);
+}
+
+void append_raw(std::string& out, const poll_row& row, const reading& reading) {
+  if (!is_read(reading)) return;
+  append_hex(out, reading.words[0], 4);
+  if (row.point->words == 1) return;
+  out += ' ';
+  append_hex(out, reading.words[1], 4);
+}
+
+void print_readings(poll_format format, std::span<const poll_row> rows,
+                    std::span<const reading> readings, bool has_header, output& out) {
+  if (format == poll_format::table) {
+    readings_table(rows, readings).print(has_header, out);
+    return;
+  }
+  std::string text;
+  if (format == poll_format::csv && has_header) {
+    for (const poll_column& column : columns_for_programs) text += message(column.title, ",");
+    text.back() = '\n';
+  }
+  for (const poll_row& row : rows) {
+    const told_point told = {row, readings[row.number]};
+    if (format == poll_format::csv) {
+      append_csv_row(text, told);
+    } else {
+      append_json_row(text, told);
+    }
+    out.put(text);
+    text.clear();
+  }
+  out.put(text);
+}
+
+}  // namespace ruvex

@@ -1,0 +1,271 @@
+#include "record_page.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <ctime>
+#include <map>
+#include <string_view>
+#include <utility>
+
+#include "bus/point_view.h"
+#include "points/html/markup.h"
+#include "points/html/page_frame.h"
+#include "points/html/register_picture.h"
+#include "poll_columns.h"
+#include "ruvex/cfg/tables.h"
+
+namespace ruvex {
+namespace {
+
+constexpr std::string_view record_style = R"(
+.facts { width: auto; }
+.facts td { padding-right: 2rem; border-bottom: 0; }
+.facts td:first-child { color: var(--soft); white-space: nowrap; }
+.readings tr.failed td { background: #fdecea; }
+.readings td.value { font-weight: 600; }
+.sign { display: grid; grid-template-columns: 1fr 1fr; gap: 1.2rem 2.5rem; break-inside: avoid; }
+.sign p { margin: 0; padding-top: 2.6rem; border-bottom: 1px solid var(--ink); color: var(--soft);
+  font-size: .86rem; }
+.remarks div { height: 2.2rem; border-bottom: 1px solid var(--line); }
+)";
+
+struct legend_row {
+  std::string_view style;
+  std::string_view meaning;
+};
+
+constexpr std::string_view style_read = "s";
+constexpr std::string_view style_failed = "x";
+constexpr std::string_view style_skipped = "b";
+
+constexpr legend_row result_legend[] = {
+    {style_read, "read"},
+    {style_failed, "not read, or not as expected"},
+    {style_skipped, "not asked"},
+};
+
+std::string_view style_of(read_status status) noexcept {
+  if (status == read_status::ok) return style_read;
+  return status == read_status::skipped ? style_skipped : style_failed;
+}
+
+// How bad a result is, beside others at the same address.
+int badness(read_status status) noexcept {
+  if (status == read_status::ok) return 1;
+  return status == read_status::skipped ? 0 : 2;
+}
+
+struct result_counts {
+  std::size_t points = 0, read = 0, differing = 0, skipped = 0;
+
+  void add(read_status status) noexcept {
+    ++points;
+    read += status == read_status::ok || status == read_status::differs ? 1 : 0;
+    differing += status == read_status::differs ? 1 : 0;
+    skipped += status == read_status::skipped ? 1 : 0;
+  }
+};
+
+void append_counts(std::string& out, const result_counts& counts) {
+  append_count(out, counts.points, "point");
+  append_all(out, ", ", counts.read, " read");
+  const std::size_t failed = counts.points - counts.read - counts.skipped;
+  if (failed != 0) append_all(out, ", ", failed, " failed");
+  if (counts.differing != 0) append_all(out, ", ", counts.differing, " not as expected");
+  if (counts.skipped != 0) append_all(out, ", ", counts.skipped, " not asked");
+}
+
+std::string time_text(std::chrono::sys_seconds time) {
+  const std::time_t seconds = time.time_since_epoch().count();
+  std::tm parts = {};
+  char text[40];
+  ::gmtime_r(&seconds, &parts);
+  return {text, std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S UTC", &parts)};
+}
+
+std::string line_text(const transport_settings& transport) {
+  const tcp_place& via = transport.via;
+  if (!via.host.empty()) return message("through the gateway ", via.host, ":", via.service);
+  if (transport.serial.empty()) return {};
+  const ser_format& format = transport.format;
+  return message(transport.serial, ", ", format.baud, ",", format.data_bits,
+                 std::string(1, format.parity), format.stop_bits, ", ",
+                 enum_to_str(chk_protocol, transport.protocol));
+}
+
+class record_page {
+ public:
+  record_page(const poll_record& told, output& out)
+      : told_(told), result_(told.result), out_(out), hints_(hints_of(told.result)) {}
+
+  void print() {
+    append_page_start(text_, "Commissioning record", record_style);
+    print_head();
+    std::size_t first = 0;  // the number of the unit's first point
+    auto from = result_.rows.begin();
+    for (const unit_cfg* unit = told_.doc.unit_list; unit != nullptr; unit = unit->next) {
+      const auto end = std::find_if(from, result_.rows.end(),
+                                    [unit](const auto& row) { return row.unit != unit; });
+      if (from != end) print_unit(*unit, first, {from, end});
+      for (const chn_cfg* chn = unit->chn_list; chn != nullptr; chn = chn->next) ++first;
+      from = end;
+    }
+    print_end();
+  }
+
+ private:
+  using rows = std::span<const poll_row>;
+
+  void put() { out_.put(std::exchange(text_, {})); }
+
+  read_status status(const poll_row& row) const noexcept {
+    return result_.readings[row.number].status;
+  }
+
+  result_counts count(rows list) const noexcept {
+    result_counts counts;
+    for (const poll_row& row : list) counts.add(status(row));
+    return counts;
+  }
+
+  void fact(std::string_view name, std::string_view value) {
+    if (value.empty()) return;
+    append_all(text_, "<tr><td>", name, "</td><td>", html_text{value}, "</td></tr>\n");
+  }
+
+  void print_head() {
+    const transport_settings& transport = told_.transport;
+    text_ += "<p class=\"sums\">";
+    append_counts(text_, count(result_.rows));
+    if (told_.is_interrupted) text_ += "; the run was interrupted";
+    text_ += "</p>\n<table class=\"facts\"><tbody>\n";
+    fact("List", result_.path);
+    fact("Begun", time_text(told_.begun));
+    fact("Program", "ruvexctl " RUVEX_VERSION);
+    fact("Serial line", line_text(transport));
+    fact("Modbus/TCP", message("port ", transport.service));
+    const std::string_view retries = transport.retries == 1 ? " retry" : " retries";
+    fact("Time-out", message(transport.timeout_ms, " ms, ", transport.retries, retries));
+    fact("Expected", told_.expected_path);
+    text_ += "</tbody></table>\n";
+    print_hints_of(nullptr);
+    text_ += "<ul class=\"legend\">";
+    for (const legend_row& row : result_legend) {
+      append_all(text_, "<li><svg viewBox=\"0 0 28 16\"><path class=\"", row.style,
+                 "\" d=\"M1 1h26v14h-26z\"/></svg>", row.meaning, "</li>");
+    }
+    text_ += "</ul>\n";
+    put();
+  }
+
+  // Those of the serial line where `unit` is null.
+  void print_hints_of(const unit_cfg* unit) {
+    const auto is_of = [unit](const poll_hint& hint) {
+      return (hint.unit == nullptr ? nullptr : hint.unit->unit) == unit;
+    };
+    if (!std::ranges::any_of(hints_, is_of)) return;
+    text_ += "<ul class=\"found\">";
+    for (const poll_hint& hint : hints_) {
+      if (!is_of(hint)) continue;
+      append_all(text_, "<li class=\"warning\"><b>Hint:</b> ", html_text{hint.text}, "</li>");
+    }
+    text_ += "</ul>\n";
+  }
+
+  void print_unit(const unit_cfg& unit, std::size_t first, rows list) {
+    std::string name;
+    append_unit(name, unit);
+    append_all(text_, "<section>\n<h2>Unit ", html_text{name}, " <small>",
+               html_text{unit.name.view()}, "; ");
+    append_counts(text_, count(list));
+    text_ += "</small></h2>\n";
+    print_hints_of(&unit);
+    put();
+    print_picture(unit, first, list);
+    const std::string_view expected = has_expected() ? "<th>Expected</th>" : "";
+    append_all(
+        text_, "<table class=\"readings\"><thead><tr>",
+        "<th>Reference<small>wire address</small></th><th>Name<small>description</small></th>",
+        expected, "<th>Read<small>raw</small></th><th>Result<small>time</small></th>",
+        "</tr></thead><tbody>\n");
+    for (const poll_row& row : list) print_row(row);
+    text_ += "</tbody></table>\n</section>\n";
+    put();
+  }
+
+  void print_picture(const unit_cfg& unit, std::size_t first, rows list) {
+    std::map<std::pair<register_class, std::int32_t>, read_status> results;
+    for (const poll_row& row : list) {
+      if (row.point == nullptr) continue;
+      const auto [place, is_new] =
+          results.try_emplace({row.point->table, row.point->offset}, status(row));
+      if (badness(status(row)) > badness(place->second)) place->second = status(row);
+    }
+    const auto style = [&results](const placed_point& point) {
+      const auto found = results.find({point.table, point.offset});
+      return found == results.end() ? style_skipped : style_of(found->second);
+    };
+    print_register_pictures(unit, first, style, out_);
+  }
+
+  bool has_expected() const noexcept { return !told_.expected.empty(); }
+
+  void print_row(const poll_row& row) {
+    const chn_cfg& chn = *row.chn;
+    const bool is_fine = status(row) == read_status::ok || status(row) == read_status::skipped;
+    append_all(text_, "<tr id=\"", point_anchor, row.number,
+               is_fine ? "\">" : "\" class=\"failed\">", "<td class=\"code\">",
+               html_text{chn.reg_num.view()});
+    if (row.point != nullptr) append_all(text_, "<small>", row.point->offset, "</small>");
+    append_all(text_, "</td><td>", html_text{chn.name.view()}, "<small>",
+               html_text{chn.bac_desc.view()}, "</small></td>");
+    if (has_expected()) {
+      const auto place = static_cast<std::size_t>(&row - result_.rows.data());
+      const std::string& expected = told_.expected[place];
+      append_all(text_, "<td>", html_text{expected}, "</td>");
+    }
+    print_reading(row, result_.readings[row.number]);
+    text_ += "</tr>\n";
+    put();
+  }
+
+  void print_reading(const poll_row& row, const reading& got) {
+    std::string value;
+    std::string raw;
+    append_value(value, row, got);
+    append_raw(raw, row, got);
+    append_all(text_, "<td class=\"value\">", html_text{value});
+    const bool has_units = !value.empty() && row.chn->bac_units != "NO_UNITS";
+    if (has_units) append_all(text_, " ", html_text{row.chn->bac_units.view()});
+    append_all(
+        text_, "<small>", raw, "</small></td><td>",
+        html_text{is_read(got) ? std::string(text_of(got.status)) : failure_of(row, result_)});
+    if (got.status != read_status::skipped) append_all(text_, "<small>", got.ms, " ms</small>");
+    text_ += "</td>";
+  }
+
+  void print_end() {
+    text_ += "<section>\n<h2>Remarks</h2>\n<div class=\"remarks\">";
+    for (int line = 0; line < 7; ++line) text_ += "<div></div>";
+    text_ += "</div>\n<div class=\"sign\">\n";
+    for (const std::string_view what : {"Name", "Place, date", "Signature"}) {
+      append_all(text_, "<p>Commissioned by: ", what, "</p><p>Accepted by: ", what, "</p>\n");
+    }
+    append_all(text_, "</div>\n</section>\n", page_end);
+    put();
+  }
+
+  const poll_record& told_;
+  const poll_result& result_;
+  output& out_;
+  const std::vector<poll_hint> hints_;
+  std::string text_;
+};
+
+}  // namespace
+
+void print_record(const poll_record& record, output& out) {
+  record_page(record, out).print();
+}
+
+}  // namespace ruvex
