@@ -98,7 +98,7 @@ poll_lines::~poll_lines() {
 bool poll_lines::open_port() {
   for (const auto& line : lines_) {
     if (!line->place.host.empty()) continue;
-    port_ = std::make_unique<locked_port>(settings_.serial.c_str(), settings_.format);
+    port_ = std::make_unique<locked_port>(settings_.serial.c_str(), settings_.format, 1);
     if (!port_->is_open()) return false;
     mod_line transport = {};
     mod_lineInit(&transport, port_->descriptor(), settings_.timeout_ms, settings_.format.baud);

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "bus/devices.h"
-#include "locked_port.h"
+#include "bus/locked_port.h"
 #include "reading.h"
 #include "ruvex/modbus/client.h"
 #include "ruvex/modbus/context.h"

@@ -74,14 +74,14 @@ bool rtu_slave::open(const std::string& path, const ser_format& format) {
   if (path == "pty") {
     if (!make_terminal()) return false;
   } else {
-    port_.reset(serOpenPath(path.c_str(), format, 0));
-    if (port_ == nullptr) return false;
+    port_ = std::make_unique<locked_port>(path.c_str(), format, 0);
+    if (!port_->is_open()) return false;
     name_ = path;
   }
   silence_us_ = silence_us(format.baud);
   const std::int64_t gap_ms = std::max(shortest_gap_ms, silence_us_ * 2 / 1000 + 1);
   source_.gap_ms = static_cast<std::int32_t>(gap_ms);
-  const int fd = port_ != nullptr ? port_->fd : terminal_;
+  const int fd = port_ != nullptr ? port_->descriptor() : terminal_;
   mod_lineInit(&source_.line, fd, send_timeout_ms, format.baud);
   mod_init(&ctx_, MOD_RTU, &source_, receive, nullptr);
   return true;

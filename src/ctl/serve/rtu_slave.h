@@ -4,14 +4,16 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <thread>
 
+#include "bus/locked_port.h"
 #include "register_image.h"
 #include "responder.h"
 #include "ruvex/modbus/context.h"
 #include "ruvex/modbus/line.h"
-#include "ruvex/serial/serial.h"
+#include "ruvex/serial/format.h"
 
 namespace ruvex {
 
@@ -53,7 +55,7 @@ class rtu_slave {
   void answer(const station& where, responder& answers);
 
   std::string name_;
-  ser_port_ptr port_;
+  std::unique_ptr<locked_port> port_;
   int terminal_ = -1;   // the end of a pseudo-terminal that is served
   int other_end_ = -1;  // held open: without it a master that leaves would end the line
   std::int64_t silence_us_ = 0;

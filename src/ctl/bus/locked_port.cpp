@@ -12,9 +12,10 @@
 #include "command.h"
 
 namespace ruvex {
-locked_port::locked_port(const char* path, const ser_format& format) {
+
+locked_port::locked_port(const char* path, const ser_format& format, std::int32_t timeout) {
   if (!lock(path)) return;
-  port_.reset(serOpenPath(path, format, 1));
+  port_.reset(serOpenPath(path, format, timeout));
   if (port_ == nullptr) {
     complain("%s: the serial port cannot be opened", path);
     return;
