@@ -15,12 +15,8 @@ namespace ruvex {
 
 locked_port::locked_port(const char* path, const ser_format& format, std::int32_t timeout) {
   if (!lock(path)) return;
-  port_.reset(serOpenPath(path, format, timeout));
-  if (port_ == nullptr) {
-    complain("%s: the serial port cannot be opened", path);
-    return;
-  }
-  ::ioctl(port_->fd, TIOCEXCL);
+  port_.reset(serOpenPath(path, format, timeout));  // it says itself what is wrong
+  if (port_ != nullptr) ::ioctl(port_->fd, TIOCEXCL);
 }
 
 // The terminal would stay exclusive as long as somebody else has it open.
