@@ -21,4 +21,9 @@ register_place place_of(std::string_view reference) noexcept;
 // illegal one.
 std::string_view table_name(register_class table) noexcept;
 
+// Whether the class holds single bits: coils and discrete inputs.
+constexpr bool is_bit_table(register_class table) noexcept {
+  return table == register_class::coil || table == register_class::discrete_input;
+}
+
 }  // namespace ruvex

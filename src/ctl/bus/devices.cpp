@@ -12,14 +12,10 @@ namespace {
 
 constexpr std::int32_t last_table_offset = 65535;
 
-bool is_bit(register_class table) noexcept {
-  return table == register_class::coil || table == register_class::discrete_input;
-}
-
 void add_point(const unit_cfg& unit, const chn_cfg& chn, std::size_t number, bus_unit& device,
                std::vector<placeless_point>& placeless) {
   const register_place place = place_of(chn.reg_num.view());
-  const bool is_wide = !is_bit(place.table) && chn.reg_size == "2";
+  const bool is_wide = !is_bit_table(place.table) && chn.reg_size == "2";
   const bool is_placed = place.table != register_class::illegal && place.offset >= 0 &&
                          place.offset + (is_wide ? 1 : 0) <= last_table_offset;
   if (!is_placed) {

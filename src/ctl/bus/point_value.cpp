@@ -6,6 +6,7 @@
 #include <limits>
 #include <string_view>
 
+#include "ruvex/mapping/register_place.h"
 #include "text/texts.h"
 
 namespace ruvex {
@@ -96,11 +97,9 @@ void append_scaled(std::string& out, double number) {
 
 value_form form_of(const bus_point& point) noexcept {
   const chn_cfg& chn = *point.chn;
-  const bool is_bit_table =
-      point.table == register_class::coil || point.table == register_class::discrete_input;
   const auto mask = static_cast<std::uint32_t>(decimal_prefix(chn.reg_mask.view()));
   value_form form = {};
-  form.kind = is_bit_table ? value_kind::bit : kind_of_register(point, mask);
+  form.kind = is_bit_table(point.table) ? value_kind::bit : kind_of_register(point, mask);
   form.words = point.words;
   form.order = chn.reg_endian == "LITTLE" ? mod_word_order::low_first : mod_word_order::high_first;
   form.mask = mask;

@@ -12,10 +12,6 @@
 namespace ruvex {
 namespace {
 
-bool is_bit_table(register_class table) noexcept {
-  return table == register_class::coil || table == register_class::discrete_input;
-}
-
 // An address on the wire has five digits at most, so six of them are a reference.
 bool is_bit_by_number(const checked_point& point) noexcept {
   constexpr std::size_t longest_address = 5;

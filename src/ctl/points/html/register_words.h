@@ -20,11 +20,6 @@ struct placed_point {
   bool is_wide;        // of two registers
 };
 
-// Whether the points of a table are single bits: coils and discrete inputs.
-constexpr bool is_bit_table(register_class table) noexcept {
-  return table == register_class::coil || table == register_class::discrete_input;
-}
-
 // A register or a bit that points use.
 struct used_word {
   std::int32_t offset;
