@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <functional>
 #include <map>
 
 #include "bus/point_view.h"
@@ -122,20 +123,31 @@ const expectation::entry* expectation::find(const std::string& key,
   return found == entries_.end() || found->key != key ? nullptr : &*found;
 }
 
+std::vector<const expectation::entry*> expectation::entries_for(
+    std::span<const poll_row> rows) const {
+  std::map<std::string, std::size_t> turns;  // of the next point of a key
+  std::vector<const entry*> found;
+  for (const poll_row& row : rows) {
+    std::string unit;
+    append_unit(unit, *row.unit);
+    const std::string key = key_of(unit, row.chn->reg_num.view(), row.chn->name.view());
+    found.push_back(find(key, turns[key]++));
+  }
+  return found;
+}
+
 bool expectation::compare(const char* path, std::span<const poll_row> rows,
                           std::span<reading> readings, const poll_tolerance& tolerance,
                           bool is_whole) const {
-  std::map<std::string, std::size_t> turns;  // of the next point of a key
+  const std::vector<const entry*> expected = entries_for(rows);
   bool is_same = true;
   const auto complain_of = [&](const poll_row& row, std::string_view text) {
     tell_difference(path, row, text);
     is_same = false;
   };
-  for (const poll_row& row : rows) {
-    std::string unit;
-    append_unit(unit, *row.unit);
-    const std::string key = key_of(unit, row.chn->reg_num.view(), row.chn->name.view());
-    const entry* const wanted = find(key, turns[key]++);
+  for (std::size_t at = 0; at < rows.size(); ++at) {
+    const poll_row& row = rows[at];
+    const entry* const wanted = expected[at];
     reading& got = readings[row.number];
     if (wanted == nullptr) {
       complain_of(row, message("is not in ", path_));
@@ -150,8 +162,15 @@ bool expectation::compare(const char* path, std::span<const poll_row> rows,
     complain_of(row,
                 message("is ", text_of(now), ", expected ", text_of({wanted->raw, wanted->value})));
   }
+  return (!is_whole || tell_unused(expected)) && is_same;
+}
+
+// False after a message for each entry that no point of the list has.
+bool expectation::tell_unused(std::vector<const entry*> used) const {
+  std::ranges::sort(used, std::less<>());
+  bool is_same = true;
   for (const entry& wanted : entries_) {
-    if (!is_whole || turns.contains(wanted.key)) continue;
+    if (std::ranges::binary_search(used, &wanted, std::less<>())) continue;
     print_message({path_, wanted.line, wanted.line, 0, "error", "the list has no such point"});
     is_same = false;
   }
@@ -159,18 +178,10 @@ bool expectation::compare(const char* path, std::span<const poll_row> rows,
 }
 
 std::vector<std::string> expectation::texts_for(std::span<const poll_row> rows) const {
-  std::map<std::string, std::size_t> turns;
   std::vector<std::string> texts;
-  for (const poll_row& row : rows) {
-    std::string unit;
-    append_unit(unit, *row.unit);
-    const std::string key = key_of(unit, row.chn->reg_num.view(), row.chn->name.view());
-    const entry* const wanted = find(key, turns[key]++);
-    if (wanted == nullptr) {
-      texts.emplace_back();
-    } else {
-      texts.push_back(wanted->value.empty() ? wanted->raw : wanted->value);
-    }
+  for (const entry* const wanted : entries_for(rows)) {
+    texts.emplace_back();
+    if (wanted != nullptr) texts.back() = wanted->value.empty() ? wanted->raw : wanted->value;
   }
   return texts;
 }

@@ -53,6 +53,10 @@ class expectation {
   // The entry of a point that is the `turn`th of its key, from 0; null when there is none.
   const entry* find(const std::string& key, std::size_t turn) const noexcept;
 
+  // The entry of each row, or null.
+  std::vector<const entry*> entries_for(std::span<const poll_row> rows) const;
+  bool tell_unused(std::vector<const entry*> used) const;
+
   std::string path_;
   std::vector<entry> entries_;  // by key
 };
