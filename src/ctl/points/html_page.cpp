@@ -16,11 +16,6 @@ namespace {
 
 constexpr std::string_view unit_anchor = "u";
 
-struct legend_entry {
-  std::string_view style;
-  std::string_view meaning;
-};
-
 constexpr legend_entry legend[] = {
     {"u", "unsigned"},
     {"s", "signed"},
@@ -119,16 +114,7 @@ class page {
       first += points;
     }
     text_ += "</ul>\n";
-    print_legend();
-  }
-
-  void print_legend() {
-    text_ += "<ul class=\"legend\">";
-    for (const legend_entry& entry : legend) {
-      append_all(text_, "<li><svg viewBox=\"0 0 28 16\"><path class=\"", entry.style,
-                 "\" d=\"M1 1h26v14h-26z\"/></svg>", entry.meaning, "</li>");
-    }
-    text_ += "</ul>\n";
+    append_legend(text_, legend);
   }
 
   void unit_name(const unit_cfg& unit) {

@@ -29,16 +29,11 @@ constexpr std::string_view record_style = R"(
 .remarks div { height: 2.2rem; border-bottom: 1px solid var(--line); }
 )";
 
-struct legend_row {
-  std::string_view style;
-  std::string_view meaning;
-};
-
 constexpr std::string_view style_read = "s";
 constexpr std::string_view style_failed = "x";
 constexpr std::string_view style_skipped = "b";
 
-constexpr legend_row result_legend[] = {
+constexpr legend_entry result_legend[] = {
     {style_read, "read"},
     {style_failed, "not read, or not as expected"},
     {style_skipped, "not asked"},
@@ -149,12 +144,7 @@ class record_page {
     fact("Expected", told_.expected_path);
     text_ += "</tbody></table>\n";
     print_hints_of(nullptr);
-    text_ += "<ul class=\"legend\">";
-    for (const legend_row& row : result_legend) {
-      append_all(text_, "<li><svg viewBox=\"0 0 28 16\"><path class=\"", row.style,
-                 "\" d=\"M1 1h26v14h-26z\"/></svg>", row.meaning, "</li>");
-    }
-    text_ += "</ul>\n";
+    append_legend(text_, result_legend);
     put();
   }
 

@@ -14,4 +14,13 @@ void append_page_start(std::string& out, std::string_view title, std::string_vie
              "</style></head>\n<body>\n<h1>", html_text{title}, "</h1>\n");
 }
 
+void append_legend(std::string& out, std::span<const legend_entry> entries) {
+  out += "<ul class=\"legend\">";
+  for (const legend_entry& entry : entries) {
+    append_all(out, "<li><svg viewBox=\"0 0 28 16\"><path class=\"", entry.style,
+               "\" d=\"M1 1h26v14h-26z\"/></svg>", entry.meaning, "</li>");
+  }
+  out += "</ul>\n";
+}
+
 }  // namespace ruvex
