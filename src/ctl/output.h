@@ -33,6 +33,9 @@ class output {
     held_.clear();
   }
 
+  // Whether a write has failed.
+  bool has_failed() const noexcept { return error_ != 0; }
+
   // The same at the end of the output. Gives the errno of the first write that failed; 0 when every
   // byte has reached its place.
   int finish() noexcept {

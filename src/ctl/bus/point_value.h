@@ -20,12 +20,12 @@ enum class value_kind : std::uint8_t {
 };
 
 struct value_form {
-  value_kind kind;
-  std::uint8_t words;  // 1 or 2
-  mod_word_order order;
-  std::uint32_t mask;  // of a masked value
-  bool is_scaled;      // the ends of the scale are numbers, and those of the device differ
-  double device_low, device_high, user_low, user_high;
+  value_kind kind = value_kind::unknown;
+  std::uint8_t words = 1;  // or 2
+  mod_word_order order = mod_word_order::high_first;
+  std::uint32_t mask = 0;  // of a masked value
+  bool is_scaled = false;  // the ends of the scale are numbers, and those of the device differ
+  double device_low = 0, device_high = 0, user_low = 0, user_high = 0;
 };
 
 value_form form_of(const bus_point& point) noexcept;

@@ -1,13 +1,11 @@
 #include "point_view.h"
 
-#include "ruvex/cfg/tables.h"
 #include "ruvex/mapping/register_place.h"
 
 namespace ruvex {
 
 bool is_modbus(const unit_cfg& unit) noexcept {
-  const std::int32_t type = str_to_enum(chk_unit_type, unit.type.c_str());
-  return type == unit_type::modbus || type == unit_type::modbus_tcp;
+  return unit.type == "MODBUS" || unit.type == "MODBUS_TCP";
 }
 
 void append_unit(std::string& out, const unit_cfg& unit) {

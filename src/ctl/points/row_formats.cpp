@@ -1,5 +1,6 @@
 #include "row_formats.h"
 
+#include <algorithm>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -130,9 +131,10 @@ void print_rows(const yax_cfg& doc, const point_columns& columns, Format format,
 }  // namespace
 
 void append_csv_cell(std::string& row, std::string_view cell, char separator) {
-  const std::string_view quote = "\"\r\n";
-  if (cell.find(separator) == std::string_view::npos &&
-      cell.find_first_of(quote) == std::string_view::npos) {
+  const auto needs_quotes = [separator](char character) {
+    return character == separator || character == '"' || character == '\r' || character == '\n';
+  };
+  if (std::ranges::none_of(cell, needs_quotes)) {
     row += cell;
     return;
   }

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -72,42 +73,61 @@ class poll_run {
   }
 
  private:
+  struct poll_round {
+    bool is_first;
+    std::chrono::sys_seconds begun;
+    std::vector<reading> readings;
+    std::vector<unit_sum> sums;
+  };
+
+  // A round that the next one follows at once is printed while that one is under way.
   void poll_rounds(output& out) {
     using steady = std::chrono::steady_clock;
     using std::chrono::milliseconds;
     steady::time_point next = steady::now();
+    std::optional<poll_round> unprinted;
+    const auto print_last = [&] {
+      if (unprinted) print_round(*std::exchange(unprinted, std::nullopt), out);
+    };
     for (unsigned long round = 0; settings_.count == 0 || round < settings_.count; ++round) {
       if (round != 0) {
         next = std::max(next + milliseconds(settings_.interval_ms), steady::now());
+        if (next > steady::now() || settings_.reader.is_traced) print_last();
         wait_unless_interrupted(
             std::chrono::duration_cast<milliseconds>(next - steady::now()).count());
-        if (is_interrupted()) return;
       }
-      poll_once(round == 0, out);
-      if (out.finish() != 0 || is_interrupted()) return;
+      if (out.has_failed() || is_interrupted()) break;
+      unprinted = poll_once(round == 0, print_last);
     }
+    print_last();
   }
 
-  void poll_once(bool is_first, output& out) {
+  // Polls once, and calls `act` meanwhile.
+  poll_round poll_once(bool is_first, const std::function<void()>& act) {
     const std::size_t places = rows_.empty() ? 0 : rows_.back().number + 1;
-    std::vector<reading> readings(places);
-    std::vector<unit_sum> sums(devices_.units.size());
+    poll_round round = {is_first, floor<std::chrono::seconds>(std::chrono::system_clock::now()),
+                        std::vector<reading>(places), std::vector<unit_sum>(devices_.units.size())};
     poll_state state;
-    const auto begun = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
-    {
-      poll_progress progress(state, rows_.size(), !settings_.reader.is_traced);
-      lines_.poll(settings_.reader, readings, sums, state, [&] { progress.show(); });
-    }
-    if (settings_.expected != nullptr) compare(readings);
+    poll_progress progress(state, rows_.size(), !settings_.reader.is_traced);
+    lines_.poll(settings_.reader, round.readings, round.sums, state, [&] {
+      act();
+      progress.show();
+    });
+    return round;
+  }
+
+  void print_round(poll_round round, output& out) {
+    if (settings_.expected != nullptr) compare(round.readings);
     const auto is_ok = [&](const poll_row& row) {
-      return readings[row.number].status == read_status::ok;
+      return round.readings[row.number].status == read_status::ok;
     };
     if (!std::ranges::all_of(rows_, is_ok)) status_ = ctl_findings;
-    const poll_result result = {path_, devices_, lines_.units(), rows_, readings, sums};
+    const poll_result result = {path_, devices_, lines_.units(), rows_, round.readings, round.sums};
     if (settings_.format == poll_format::html) {
-      print_page(result, begun, out);
+      print_page(result, round.begun, out);
     } else {
-      print_readings(settings_.format, rows_, readings, is_first || is_table(), out);
+      const bool has_header = round.is_first || is_table();
+      print_readings(settings_.format, rows_, round.readings, has_header, out);
     }
     out.flush();
     print_failures(result);

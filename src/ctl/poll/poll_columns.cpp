@@ -2,7 +2,8 @@
 
 #include <algorithm>
 #include <array>
-#include <ctime>
+#include <chrono>
+#include <concepts>
 #include <utility>
 
 #include "bus/point_value.h"
@@ -20,17 +21,26 @@ struct told_point {
   const reading& got;
 };
 
+// A number with leading zeros, the first digit at `place`, and what stands behind it.
+void append_padded(std::string& out, std::integral auto number, int place, char behind) {
+  const auto left = static_cast<int>(number);
+  for (; place > 0; place /= 10) out += static_cast<char>('0' + left / place % 10);
+  out += behind;
+}
+
+// RFC 3339, in UTC.
 void append_time(std::string& out, const told_point& told) {
   if (told.got.status == read_status::skipped) return;
-  const auto since = told.got.time.time_since_epoch().count();
-  const auto seconds = static_cast<std::time_t>(since / 1000);
-  std::tm parts = {};
-  char text[32];
-  ::gmtime_r(&seconds, &parts);
-  out.append(text, std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S.", &parts));
-  const auto thousandths = static_cast<int>(since % 1000);
-  for (const int place : {100, 10, 1}) out += static_cast<char>('0' + thousandths / place % 10);
-  out += 'Z';
+  const auto day = std::chrono::floor<std::chrono::days>(told.got.time);
+  const std::chrono::year_month_day date(day);
+  const std::chrono::hh_mm_ss clock(told.got.time - day);
+  append_padded(out, static_cast<int>(date.year()), 1000, '-');
+  append_padded(out, static_cast<unsigned>(date.month()), 10, '-');
+  append_padded(out, static_cast<unsigned>(date.day()), 10, 'T');
+  append_padded(out, clock.hours().count(), 10, ':');
+  append_padded(out, clock.minutes().count(), 10, ':');
+  append_padded(out, clock.seconds().count(), 10, '.');
+  append_padded(out, clock.subseconds().count(), 100, 'Z');
 }
 
 void append_line(std::string& out, const told_point& told) {
@@ -77,7 +87,11 @@ void append_ms(std::string& out, const told_point& told) {
   if (told.got.status != read_status::skipped) append(out, told.got.ms);
 }
 
-enum class cell_kind : std::uint8_t { string, number };  // in JSON; an empty number is null
+enum class cell_kind : std::uint8_t {
+  text,    // of the list: anything
+  word,    // one of ours, with nothing in it that needs quotes or escapes
+  number,  // in JSON without quotes; null where it is empty
+};
 
 struct poll_column {
   const char* title;
@@ -87,29 +101,29 @@ struct poll_column {
 
 // clang-format off
 constexpr poll_column columns_for_programs[] = {
-    {"time",         cell_kind::string, append_time},
+    {"time",         cell_kind::word, append_time},
     {"line",         cell_kind::number, append_line},
-    {"unit",         cell_kind::string, append_unit_name},
-    {"reference",    cell_kind::string, append_setting<&chn_cfg::reg_num>},
+    {"unit",         cell_kind::text, append_unit_name},
+    {"reference",    cell_kind::text, append_setting<&chn_cfg::reg_num>},
     {"wire_address", cell_kind::number, append_wire_address},
     {"function",     cell_kind::number, append_function},
-    {"status",       cell_kind::string, append_status},
-    {"raw",          cell_kind::string, append_told_raw},
-    {"value",        cell_kind::string, append_told_value},  // JSON has no number for nan and inf
-    {"units",        cell_kind::string, append_setting<&chn_cfg::bac_units>},
-    {"name",         cell_kind::string, append_setting<&chn_cfg::name>},
+    {"status",       cell_kind::word, append_status},
+    {"raw",          cell_kind::word, append_told_raw},
+    {"value",        cell_kind::word, append_told_value},  // JSON has no number for nan and inf
+    {"units",        cell_kind::text, append_setting<&chn_cfg::bac_units>},
+    {"name",         cell_kind::text, append_setting<&chn_cfg::name>},
     {"ms",           cell_kind::number, append_ms},
 };
 
 constexpr poll_column columns_for_people[] = {
-    {"unit",         cell_kind::string, append_unit_name},
-    {"reference",    cell_kind::string, append_setting<&chn_cfg::reg_num>},
+    {"unit",         cell_kind::text, append_unit_name},
+    {"reference",    cell_kind::text, append_setting<&chn_cfg::reg_num>},
     {"wire address", cell_kind::number, append_wire_address},
-    {"status",       cell_kind::string, append_status_with_code},
-    {"raw",          cell_kind::string, append_told_raw},
+    {"status",       cell_kind::word, append_status_with_code},
+    {"raw",          cell_kind::word, append_told_raw},
     {"value",        cell_kind::number, append_told_value},
-    {"units",        cell_kind::string, append_setting<&chn_cfg::bac_units>},
-    {"name",         cell_kind::string, append_setting<&chn_cfg::name>},
+    {"units",        cell_kind::text, append_setting<&chn_cfg::bac_units>},
+    {"name",         cell_kind::text, append_setting<&chn_cfg::name>},
 };
 // clang-format on
 
@@ -182,26 +196,28 @@ class readings_table {
   std::string cell_, line_;
 };
 
-void append_csv_row(std::string& out, const told_point& told) {
-  std::string cell;
+void append_csv_row(std::string& out, std::string& cell, const told_point& told) {
   for (const poll_column& column : columns_for_programs) {
-    cell.clear();
-    column.append(cell, told);
-    append_csv_cell(out, cell, ',');
+    if (column.kind == cell_kind::text) {
+      cell.clear();
+      column.append(cell, told);
+      append_csv_cell(out, cell, ',');
+    } else {
+      column.append(out, told);
+    }
     out += ',';
   }
   out.back() = '\n';
 }
 
-void append_json_row(std::string& out, const told_point& told) {
-  std::string cell;
+void append_json_row(std::string& out, std::string& cell, const told_point& told) {
   char before = '{';
   for (const poll_column& column : columns_for_programs) {
     cell.clear();
     column.append(cell, told);
     out += std::exchange(before, ',');
     out += message("\"", column.title, "\":");
-    if (column.kind == cell_kind::string) {
+    if (column.kind != cell_kind::number) {
       append_json(out, cell);
     } else {
       out += cell.empty() ? "null" : cell;
@@ -213,7 +229,7 @@ void append_json_row(std::string& out, const told_point& told) {
 }  // namespace
 
 void append_value(std::string& out, const poll_row& row, const reading& reading) {
-  if (is_read(reading)) append_value(out, form_of(*row.point), reading.words);
+  if (is_read(reading)) append_value(out, row.form, reading.words);
 }
 
 void append_raw(std::string& out, const poll_row& row, const reading& reading) {
@@ -230,7 +246,7 @@ void print_readings(poll_format format, std::span<const poll_row> rows,
     readings_table(rows, readings).print(has_header, out);
     return;
   }
-  std::string text;
+  std::string text, cell;
   if (format == poll_format::csv && has_header) {
     for (const poll_column& column : columns_for_programs) text += message(column.title, ",");
     text.back() = '\n';
@@ -238,9 +254,9 @@ void print_readings(poll_format format, std::span<const poll_row> rows,
   for (const poll_row& row : rows) {
     const told_point told = {row, readings[row.number]};
     if (format == poll_format::csv) {
-      append_csv_row(text, told);
+      append_csv_row(text, cell, told);
     } else {
-      append_json_row(text, told);
+      append_json_row(text, cell, told);
     }
     out.put(text);
     text.clear();

@@ -22,6 +22,7 @@ bool is_sane(float value) noexcept {
 }
 
 bool is_sane_in_other_order_only(const bus_point& point, const reading& got) noexcept {
+  if (point.words != 2 || point.chn->reg_format != "FLOAT") return false;  // most, and at once
   const value_form form = form_of(point);
   if (form.kind != value_kind::floating) return false;
   const mod_word_order other = form.order == mod_word_order::high_first

@@ -90,12 +90,12 @@ std::vector<poll_row> rows_of(const device_list& devices, const point_lines& lin
   for (const bus_unit& unit : devices.units) {
     for (const bus_point& point : unit.points) {
       const std::int64_t line = lines.line_of(*point.chn);
-      rows.push_back({unit.unit, point.chn, &unit, &point, point.number, line});
+      rows.push_back({unit.unit, point.chn, &unit, &point, point.number, line, form_of(point)});
     }
   }
   for (const placeless_point& point : devices.placeless) {
     const std::int64_t line = lines.line_of(*point.chn);
-    rows.push_back({point.unit, point.chn, nullptr, nullptr, point.number, line});
+    rows.push_back({point.unit, point.chn, nullptr, nullptr, point.number, line, {}});
   }
   std::ranges::sort(rows, {}, &poll_row::number);
   return rows;

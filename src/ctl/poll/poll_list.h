@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "bus/devices.h"
+#include "bus/point_value.h"
 #include "points/point_lines.h"
 #include "reading.h"
 
@@ -33,6 +34,7 @@ struct poll_row {
   const bus_point* point;  // the same
   std::size_t number;      // in the file, from 0
   std::int64_t line;       // of the mapping file; 0: none
+  value_form form;         // of the point; none has kind unknown
 };
 
 // The rows of the points, in the order of the file. They point into the arguments.
