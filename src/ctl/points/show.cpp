@@ -1,6 +1,3 @@
-#include <sys/ioctl.h>
-#include <unistd.h>
-
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -47,20 +44,12 @@ struct show_settings {
   std::optional<std::int64_t> device;  // the instance of the document, unless it is given
 };
 
-// The characters of a line of the terminal that standard output is; 0 when it is none, or has no
-// width.
-std::size_t terminal_width() noexcept {
-  struct winsize size = {};
-  if (::isatty(STDOUT_FILENO) != 1 || ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0) return 0;
-  return size.ws_col;
-}
-
 point_columns columns_for(const show_settings& settings, reader reader) {
   return settings.columns.empty() ? usual_columns(reader) : settings.columns;
 }
 
 int show_table(const shown_file& file, const show_settings& settings, output& out) {
-  const std::size_t room = settings.is_wide ? 0 : terminal_width();
+  const std::size_t room = settings.is_wide ? 0 : out.terminal_width();
   const bool is_by_use = room != 0 && settings.columns.empty();
   const point_columns columns =
       is_by_use ? columns_by_use() : columns_for(settings, reader::people);

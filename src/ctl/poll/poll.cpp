@@ -2,6 +2,7 @@
 #include <chrono>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -15,6 +16,7 @@
 #include "poll_progress.h"
 #include "poll_report.h"
 #include "poll_settings.h"
+#include "readings_table.h"
 #include "record_page.h"
 #include "ruvex/cfg/tables.h"
 #include "text/texts.h"
@@ -106,8 +108,10 @@ class poll_run {
     const poll_result result = {path_, devices_, lines_.units(), rows_, readings, sums};
     if (settings_.format == poll_format::html) {
       print_page(result, begun, out);
+    } else if (settings_.format == poll_format::table) {
+      print_table(readings, is_first, out);
     } else {
-      print_readings(settings_.format, rows_, readings, is_first || is_table(), out);
+      print_readings(settings_.format, rows_, readings, is_first, out);
     }
     out.flush();
     print_failures(result);
@@ -125,7 +129,13 @@ class poll_run {
     print_record({result, doc_, settings_.transport, begun, path, expected, is_interrupted()}, out);
   }
 
-  bool is_table() const noexcept { return settings_.format == poll_format::table; }
+  void print_table(std::span<const reading> readings, bool is_first, output& out) const {
+    const std::size_t room = settings_.is_wide ? 0 : out.terminal_width();
+    const std::size_t left_out = print_readings_table(rows_, readings, room, out);
+    if (left_out == 0 || !is_first) return;
+    out.flush();
+    complain("columns that do not fit are left out: %zu; see --wide", left_out);
+  }
 
   void compare(std::vector<reading>& readings) {
     const poll_selection& selection = settings_.selection;
@@ -214,6 +224,7 @@ The points:
 The output:
       --format=FORMAT  table (the default), csv, json (one object a line) or
                        html, the record of a commissioning to be signed
+      --wide           all columns in full on a terminal, too
       --output=FILE    write to FILE, which appears whole or not at all
       --expect=FILE    compare with the output of an earlier --format=csv
       --tolerance=N    how far a number may be off; N% of the expected one
@@ -227,6 +238,9 @@ The units of the serial line are asked one after the other; each host has a
 connection of its own, and all are asked at the same time. A unit that does not
 answer is asked once. Where a device refuses a request, its points are asked
 for in halves until those that it refuses are known.
+
+On a terminal the table fits its width: unit, reference and name come first,
+long texts end with an ellipsis, and the columns that do not fit are left out.
 
 csv and json have the keys time, line (of a mapping file), unit, reference,
 wire_address, function, status, raw, value, units, name, ms. The status is ok,
