@@ -112,6 +112,7 @@ void append_csv_cell(std::string& row, std::string_view cell, char separator) {
 std::size_t print_table(const yax_cfg& doc, const point_columns& columns, std::size_t room,
                         output& out) {
   std::vector<table_column> titles;
+  titles.reserve(columns.size());
   for (const column* shown : columns) titles.push_back({shown->title});
   return draw_table(
       titles, room, [&doc](auto act) { for_each_point(doc, act); },

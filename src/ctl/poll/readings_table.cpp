@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "bus/point_view.h"
@@ -54,6 +55,7 @@ std::size_t print_readings_table(std::span<const poll_row> rows, std::span<const
   std::vector<readings_column> columns(std::begin(readings_columns), std::end(readings_columns));
   if (room != 0) std::ranges::sort(columns, {}, &readings_column::use);
   std::vector<table_column> heads;
+  heads.reserve(columns.size());
   for (const readings_column& column : columns) heads.push_back(column.head);
   const auto for_each_row = [rows](auto act) {
     for (const poll_row& row : rows) act(row);
