@@ -8,10 +8,11 @@
 #include "ede.h"
 #include "html_page.h"
 #include "load.h"
-#include "object_limits.h"
 #include "output.h"
 #include "point_columns.h"
 #include "row_formats.h"
+#include "ruvex/cfg/tables.h"
+#include "text/bounds.h"
 #include "text/texts.h"
 
 namespace ruvex {
@@ -68,7 +69,7 @@ int show_rows(const shown_file& file, const show_settings& settings, output& out
 
 int show_ede(const shown_file& file, const show_settings& settings, output& out) {
   const yax_cfg& doc = *file.loaded.doc;
-  if (!settings.device && !is_object_instance(doc.instance.view())) {
+  if (!settings.device && !is_within(doc.instance.view(), chk_bac_instance)) {
     return complain_of_use(show_command, "the instance of the device is not known; see --device");
   }
   const std::int64_t device = settings.device.value_or(decimal_prefix(doc.instance.view()));
@@ -104,7 +105,7 @@ constexpr option_row<show_settings> show_options[] = {
     {"device", true,
      [](show_settings& settings, std::string_view argument) {
        settings.device = decimal_prefix(argument);
-       return is_object_instance(argument);
+       return is_within(argument, chk_bac_instance);
      }},
 };
 
