@@ -27,6 +27,9 @@ class output {
     }
   }
 
+  // The characters of a line of the terminal that this is; 0 when it is none, or has no width.
+  std::size_t terminal_width() const noexcept;
+
   // Writes what is held back.
   void flush() noexcept {
     write(held_);

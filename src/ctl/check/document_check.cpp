@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <utility>
 
+#include "bus/point_view.h"
 #include "document_values.h"
 #include "report/refusal_findings.h"
 #include "ruvex/cfg/xml_reader.h"
@@ -283,7 +284,7 @@ void document_check::check_channel(const open_record& record) {
   check_missing(record);
   const std::string_view reference = chn_->reg_num.view();
   const bool is_number = value_flaw(chk_norange_long, reference).empty();
-  if (has_registers(*unit_) && is_number && place_of(reference).offset < 0) {
+  if (is_modbus(*unit_) && is_number && place_of(reference).offset < 0) {
     add(rule::reference_range, places_.reference,
         message("reg_num: ", quoted{reference}, " names no register"));
   }

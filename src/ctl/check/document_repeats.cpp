@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "bus/point_view.h"
 #include "ruvex/mapping/register_place.h"
 #include "text/texts.h"
 
@@ -15,10 +16,6 @@ const text_place& place_of_field(const channel_places& places, std::size_t field
 }
 
 }  // namespace
-
-bool has_registers(const unit_cfg& unit) noexcept {
-  return unit.type == "MODBUS" || unit.type == "MODBUS_TCP";
-}
 
 void document_repeats::check_unit(std::vector<finding>& list, const text_place& place,
                                   const unit_cfg& unit) {
@@ -39,7 +36,7 @@ void document_repeats::check_channel(std::vector<finding>& list, const channel_p
   const mapping_line no_line = {};
   repeats_.check(findings, {no_line, chn, &unit, place_of(chn.reg_num.view()).table, false});
   for (finding& repeat : found) {
-    if (repeat.field == field_reference && !has_registers(unit)) continue;
+    if (repeat.field == field_reference && !is_modbus(unit)) continue;
     const text_place& place = place_of_field(places, repeat.field);
     list.push_back({repeat.id, static_cast<std::int64_t>(place.line), place.column, no_field,
                     std::move(repeat.text)});

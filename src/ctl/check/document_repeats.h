@@ -12,9 +12,6 @@
 
 namespace ruvex {
 
-// Whether the references of a unit's channels are registers: the unit is reached by Modbus.
-bool has_registers(const unit_cfg& unit) noexcept;
-
 // Where the settings of a channel stand that another must not have; the channel's own place for
 // those that it lacks.
 struct channel_places {
@@ -27,7 +24,7 @@ class document_repeats {
   // Adds to `list` what a unit repeats, and remembers it.
   void check_unit(std::vector<finding>& list, const text_place& place, const unit_cfg& unit);
 
-  // The same for a channel of `unit`. Its register counts where a unit has registers.
+  // The same for a channel of `unit`. Its register counts where the unit is reached by Modbus.
   void check_channel(std::vector<finding>& list, const channel_places& places, const unit_cfg& unit,
                      const chn_cfg& chn);
 

@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "known_texts.h"
+#include "text/bounds.h"
 #include "text/texts.h"
 
 namespace ruvex {
@@ -35,15 +36,14 @@ bool is_integer_of(const chk_row* table, std::string_view value) noexcept {
   Integer number = 0;
   const auto [behind, error] = std::from_chars(digits.data(), end, number);
   if (error != std::errc() || behind != end) return false;
-  return !has_bounds(table) ||
-         (number >= decimal_prefix(table[1].text) && number <= decimal_prefix(table[2].text));
+  return !has_bounds(table) || (number >= lowest_of(table) && number <= highest_of(table));
 }
 
 bool is_decimal_of(const chk_row* table, std::string_view value) noexcept {
   double number = 0;
   if (!parse_decimal(without_plus(value), number)) return false;
-  return !has_bounds(table) || (number >= static_cast<double>(decimal_prefix(table[1].text)) &&
-                                number <= static_cast<double>(decimal_prefix(table[2].text)));
+  return !has_bounds(table) || (number >= static_cast<double>(lowest_of(table)) &&
+                                number <= static_cast<double>(highest_of(table)));
 }
 
 bool is_dotted_address(std::string_view value) {

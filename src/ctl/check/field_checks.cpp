@@ -12,6 +12,7 @@
 #include "known_texts.h"
 #include "reference_checks.h"
 #include "ruvex/cfg/tables.h"
+#include "text/bounds.h"
 #include "text/spreadsheet.h"
 #include "text/texts.h"
 #include "text/xml_text.h"
@@ -19,16 +20,9 @@
 namespace ruvex {
 namespace {
 
-// The bounds of a range table.
-std::int64_t lower(const chk_row* table) noexcept {
-  return decimal_prefix(table[1].text);
-}
-std::int64_t upper(const chk_row* table) noexcept {
-  return decimal_prefix(table[2].text);
-}
-
 std::string out_of(const chk_row* table, std::string_view field) {
-  return message(quoted{field}, " is not a number from ", lower(table), " to ", upper(table));
+  return message(quoted{field}, " is not a number from ", lowest_of(table), " to ",
+                 highest_of(table));
 }
 
 void check_blank(line_findings& findings, std::size_t field, std::string_view text) {
@@ -39,7 +33,7 @@ void check_blank(line_findings& findings, std::size_t field, std::string_view te
 void check_cov_increment(line_findings& findings, const checked_point&, std::string_view text) {
   double number = 0;
   const bool is_number = parse_decimal(text, number);
-  const auto highest = static_cast<double>(upper(chk_bac_cov_inc));
+  const auto highest = static_cast<double>(highest_of(chk_bac_cov_inc));
   if (is_number && number >= 0 && number <= highest) return;
   findings.add(rule::cov_increment, field_cov_inc, text, out_of(chk_bac_cov_inc, text));
 }
@@ -97,7 +91,7 @@ void check_ip_address(line_findings& findings, std::string_view field, std::stri
 void check_unit(line_findings& findings, const checked_point&, std::string_view text) {
   const unit_text unit = parse_unit(text);
   if (unit.has_slash) check_ip_address(findings, text, unit.ip_address);
-  if (is_number_within(unit.address, lower(chk_node_address), upper(chk_node_address))) return;
+  if (is_within(unit.address, chk_node_address)) return;
   std::string what = message("unit address ", out_of(chk_node_address, unit.address));
   if (!unit.has_slash && parse_ipv4(text)) {
     what = message(quoted{text}, " lacks the unit's address behind it, as in ", text, "/1");
@@ -137,7 +131,7 @@ void check_object_type(line_findings& findings, const checked_point& point, std:
 }
 
 void check_instance(line_findings& findings, const checked_point&, std::string_view text) {
-  if (is_number_within(text, lower(chk_bac_instance), upper(chk_bac_instance))) return;
+  if (is_within(text, chk_bac_instance)) return;
   findings.add(rule::instance, field_instance, text, out_of(chk_bac_instance, text));
 }
 

@@ -6,11 +6,11 @@
 
 #include "check/number_table.h"
 #include "command.h"
-#include "object_limits.h"
 #include "point_columns.h"
 #include "report/place_message.h"
 #include "row_formats.h"
 #include "ruvex/cfg/tables.h"
+#include "text/bounds.h"
 #include "text/texts.h"
 
 namespace ruvex {
@@ -42,9 +42,9 @@ std::string find_numbers(const chn_cfg& chn, object_numbers& found) {
   if (found.type < 0) {
     return message("object type ", quoted{chn.bac_type.view()}, " has no BACnet number");
   }
-  if (!is_object_instance(chn.instance.view())) {
+  if (!is_within(chn.instance.view(), chk_bac_instance)) {
     return message("instance ", quoted{chn.instance.view()}, " is no number from 0 to ",
-                   last_object_instance);
+                   highest_of(chk_bac_instance));
   }
   found.instance = decimal_prefix(chn.instance.view());
   found.units = has_units(found.type) ? str_to_enum(chk_bac_units, chn.bac_units.c_str()) : -1;

@@ -25,10 +25,8 @@ void append_mask(std::string& out, std::uint32_t mask) {
     append_all(out, "bit ", std::countr_zero(mask), " of ");
     return;
   }
-  constexpr char digits[] = "0123456789ABCDEF";
   out += "mask 0x";
-  const auto places = static_cast<int>(std::bit_width(mask) + 3) / 4;
-  for (int place = places - 1; place >= 0; --place) out += digits[mask >> 4 * place & 15];
+  append_hex(out, mask, static_cast<int>(std::bit_width(mask) + 3) / 4);
   out += " of ";
 }
 

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <string>
 #include <string_view>
-#include <utility>
+#include <vector>
 
-#include "table_layout.h"
 #include "text/characters.h"
+#include "text/text_table.h"
 
 namespace ruvex {
 namespace {
@@ -16,38 +16,6 @@ namespace {
 struct row_format {
   static constexpr bool has_header = true;
   static void end_header(std::string&, const point_columns&) {}
-};
-
-class table_format : public row_format {
- public:
-  static constexpr reader readers = reader::people;
-
-  explicit table_format(const table_layout& layout) noexcept : layout_(layout) {}
-
-  // Blanks are held back until a text follows them.
-  void add(std::string& row, std::size_t place, std::string_view cell) {
-    const std::size_t room = layout_.widths[place];
-    std::size_t width = 0;
-    if (!cell.empty()) {
-      row.append(std::exchange(blanks_, 0), ' ');
-      width = append_cut(row, cell, room, printed_);
-    }
-    blanks_ += room - width + table_gap;
-  }
-  void end(std::string& row) {
-    if (std::exchange(is_header_, false) && layout_.left_out != 0) {
-      row.append(blanks_, ' ');
-      row += ellipsis;
-    }
-    row += '\n';
-    blanks_ = 0;
-  }
-
- private:
-  const table_layout& layout_;
-  std::string printed_;
-  std::size_t blanks_ = 0;
-  bool is_header_ = true;
 };
 
 class markdown_format : public row_format {
@@ -145,9 +113,15 @@ void append_csv_cell(std::string& row, std::string_view cell, char separator) {
 
 std::size_t print_table(const yax_cfg& doc, const point_columns& columns, std::size_t room,
                         output& out) {
-  const table_layout layout = lay_out(doc, columns, room);
-  print_rows(doc, layout.columns, table_format(layout), out);
-  return layout.left_out;
+  std::vector<table_column> titles;
+  titles.reserve(columns.size());
+  for (const column* shown : columns) titles.push_back({shown->title});
+  return draw_table(
+      titles, room, [&doc](auto act) { for_each_point(doc, act); },
+      [&columns](std::string& text, std::size_t place, const point* shown) {
+        append_cell(text, *columns[place], reader::people, shown);
+      },
+      [&out](std::string_view line) { out.put(line); });
 }
 
 void print_csv(const yax_cfg& doc, const point_columns& columns, output& out) {

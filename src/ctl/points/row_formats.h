@@ -11,8 +11,7 @@
 
 namespace ruvex {
 
-// Aligned columns, as table_layout.h lays them out in `room`. Gives how many were left out; the
-// header ends with an ellipsis then.
+// Aligned columns, as text_table.h lays them out in `room`. Gives how many are left out.
 std::size_t print_table(const yax_cfg& doc, const point_columns& columns, std::size_t room,
                         output& out);
 

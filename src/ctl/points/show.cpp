@@ -1,6 +1,3 @@
-#include <sys/ioctl.h>
-#include <unistd.h>
-
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -11,10 +8,11 @@
 #include "ede.h"
 #include "html_page.h"
 #include "load.h"
-#include "object_limits.h"
 #include "output.h"
 #include "point_columns.h"
 #include "row_formats.h"
+#include "ruvex/cfg/tables.h"
+#include "text/bounds.h"
 #include "text/texts.h"
 
 namespace ruvex {
@@ -47,20 +45,12 @@ struct show_settings {
   std::optional<std::int64_t> device;  // the instance of the document, unless it is given
 };
 
-// The characters of a line of the terminal that standard output is; 0 when it is none, or has no
-// width.
-std::size_t terminal_width() noexcept {
-  struct winsize size = {};
-  if (::isatty(STDOUT_FILENO) != 1 || ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0) return 0;
-  return size.ws_col;
-}
-
 point_columns columns_for(const show_settings& settings, reader reader) {
   return settings.columns.empty() ? usual_columns(reader) : settings.columns;
 }
 
 int show_table(const shown_file& file, const show_settings& settings, output& out) {
-  const std::size_t room = settings.is_wide ? 0 : terminal_width();
+  const std::size_t room = settings.is_wide ? 0 : out.terminal_width();
   const bool is_by_use = room != 0 && settings.columns.empty();
   const point_columns columns =
       is_by_use ? columns_by_use() : columns_for(settings, reader::people);
@@ -79,7 +69,7 @@ int show_rows(const shown_file& file, const show_settings& settings, output& out
 
 int show_ede(const shown_file& file, const show_settings& settings, output& out) {
   const yax_cfg& doc = *file.loaded.doc;
-  if (!settings.device && !is_object_instance(doc.instance.view())) {
+  if (!settings.device && !is_within(doc.instance.view(), chk_bac_instance)) {
     return complain_of_use(show_command, "the instance of the device is not known; see --device");
   }
   const std::int64_t device = settings.device.value_or(decimal_prefix(doc.instance.view()));
@@ -115,7 +105,7 @@ constexpr option_row<show_settings> show_options[] = {
     {"device", true,
      [](show_settings& settings, std::string_view argument) {
        settings.device = decimal_prefix(argument);
-       return is_object_instance(argument);
+       return is_within(argument, chk_bac_instance);
      }},
 };
 

@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,6 +17,7 @@
 #include "poll_progress.h"
 #include "poll_report.h"
 #include "poll_settings.h"
+#include "readings_table.h"
 #include "record_page.h"
 #include "ruvex/cfg/tables.h"
 #include "text/texts.h"
@@ -125,9 +127,10 @@ class poll_run {
     const poll_result result = {path_, devices_, lines_.units(), rows_, round.readings, round.sums};
     if (settings_.format == poll_format::html) {
       print_page(result, round.begun, out);
+    } else if (settings_.format == poll_format::table) {
+      print_table(round.readings, round.is_first, out);
     } else {
-      const bool has_header = round.is_first || is_table();
-      print_readings(settings_.format, rows_, round.readings, has_header, out);
+      print_readings(settings_.format, rows_, round.readings, round.is_first, out);
     }
     out.flush();
     print_failures(result);
@@ -145,7 +148,13 @@ class poll_run {
     print_record({result, doc_, settings_.transport, begun, path, expected, is_interrupted()}, out);
   }
 
-  bool is_table() const noexcept { return settings_.format == poll_format::table; }
+  void print_table(std::span<const reading> readings, bool is_first, output& out) const {
+    const std::size_t room = settings_.is_wide ? 0 : out.terminal_width();
+    const std::size_t left_out = print_readings_table(rows_, readings, room, out);
+    if (left_out == 0 || !is_first) return;
+    out.flush();
+    complain("columns that do not fit are left out: %zu; see --wide", left_out);
+  }
 
   void compare(std::vector<reading>& readings) {
     const poll_selection& selection = settings_.selection;
@@ -234,6 +243,7 @@ The points:
 The output:
       --format=FORMAT  table (the default), csv, json (one object a line) or
                        html, the record of a commissioning to be signed
+      --wide           all columns in full on a terminal, too
       --output=FILE    write to FILE, which appears whole or not at all
       --expect=FILE    compare with the output of an earlier --format=csv
       --tolerance=N    how far a number may be off; N% of the expected one
@@ -247,6 +257,9 @@ The units of the serial line are asked one after the other; each host has a
 connection of its own, and all are asked at the same time. A unit that does not
 answer is asked once. Where a device refuses a request, its points are asked
 for in halves until those that it refuses are known.
+
+On a terminal the table fits its width: unit, reference and name come first,
+long texts end with an ellipsis, and the columns that do not fit are left out.
 
 csv and json have the keys time, line (of a mapping file), unit, reference,
 wire_address, function, status, raw, value, units, name, ms. The status is ok,

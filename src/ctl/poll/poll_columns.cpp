@@ -1,7 +1,5 @@
 #include "poll_columns.h"
 
-#include <algorithm>
-#include <array>
 #include <chrono>
 #include <concepts>
 #include <utility>
@@ -69,12 +67,6 @@ void append_status(std::string& out, const told_point& told) {
   out += text_of(told.got.status);
 }
 
-// For people; programs get a word of the list.
-void append_status_with_code(std::string& out, const told_point& told) {
-  append_status(out, told);
-  if (told.got.status == read_status::exception) out += message(" ", told.got.code);
-}
-
 void append_told_raw(std::string& out, const told_point& told) {
   append_raw(out, told.row, told.got);
 }
@@ -114,87 +106,7 @@ constexpr poll_column columns_for_programs[] = {
     {"name",         cell_kind::text, append_setting<&chn_cfg::name>},
     {"ms",           cell_kind::number, append_ms},
 };
-
-constexpr poll_column columns_for_people[] = {
-    {"unit",         cell_kind::text, append_unit_name},
-    {"reference",    cell_kind::text, append_setting<&chn_cfg::reg_num>},
-    {"wire address", cell_kind::number, append_wire_address},
-    {"status",       cell_kind::word, append_status_with_code},
-    {"raw",          cell_kind::word, append_told_raw},
-    {"value",        cell_kind::number, append_told_value},
-    {"units",        cell_kind::text, append_setting<&chn_cfg::bac_units>},
-    {"name",         cell_kind::text, append_setting<&chn_cfg::name>},
-};
 // clang-format on
-
-class readings_table {
- public:
-  readings_table(std::span<const poll_row> rows, std::span<const reading> readings)
-      : rows_(rows), readings_(readings) {
-    std::size_t place = 0;
-    for (const poll_column& column : columns_for_people) {
-      append_printable(cell_, column.title);
-      widths_[place++] = std::exchange(cell_, {}).size();
-    }
-    for_each(
-        [this](std::size_t at, std::size_t width) { widths_[at] = std::max(widths_[at], width); });
-  }
-
-  void print(bool has_header, output& out) {
-    if (has_header) {
-      std::size_t place = 0;
-      for (const poll_column& column : columns_for_people) {
-        cell_ = column.title;
-        add(place, cell_.size());
-        ++place;
-      }
-      end(out);
-    }
-    for_each([&](std::size_t at, std::size_t width) {
-      add(at, width);
-      if (at + 1 == std::size(columns_for_people)) end(out);
-    });
-  }
-
- private:
-  // Calls act(place, width) for each cell, whose text is in cell_.
-  template <class Act>
-  void for_each(Act act) {
-    std::string text;
-    for (const poll_row& row : rows_) {
-      std::size_t place = 0;
-      for (const poll_column& column : columns_for_people) {
-        text.clear();
-        cell_.clear();
-        column.append(text, {row, readings_[row.number]});
-        const std::size_t width = append_printable(cell_, text);
-        act(place++, width);
-      }
-    }
-  }
-
-  // Numbers stand at the right.
-  void add(std::size_t place, std::size_t width) {
-    const std::size_t room = widths_[place] - std::min(width, widths_[place]);
-    const bool is_number = columns_for_people[place].kind == cell_kind::number;
-    if (is_number) line_.append(room, ' ');
-    line_ += cell_;
-    if (!is_number) line_.append(room, ' ');
-    line_ += "  ";
-  }
-
-  void end(output& out) {
-    line_.erase(line_.find_last_not_of(' ') + 1);
-    line_ += '\n';
-    out.put(line_);
-    line_.clear();
-  }
-
-  std::span<const poll_row> rows_;
-  std::span<const reading> readings_;
-  std::array<std::size_t, std::size(columns_for_people)> widths_ = {};
-  std::string cell_, line_;
-};
 
 void append_csv_row(std::string& out, std::string& cell, const told_point& told) {
   for (const poll_column& column : columns_for_programs) {
@@ -242,10 +154,6 @@ void append_raw(std::string& out, const poll_row& row, const reading& reading) {
 
 void print_readings(poll_format format, std::span<const poll_row> rows,
                     std::span<const reading> readings, bool has_header, output& out) {
-  if (format == poll_format::table) {
-    readings_table(rows, readings).print(has_header, out);
-    return;
-  }
   std::string text, cell;
   if (format == poll_format::csv && has_header) {
     for (const poll_column& column : columns_for_programs) text += message(column.title, ",");

@@ -1,4 +1,4 @@
-// The columns of `ruvexctl poll` and the formats that have them.
+// The columns of `ruvexctl poll` for programs and the formats that have them.
 #pragma once
 
 #include <cstdint>
@@ -20,7 +20,7 @@ void append_value(std::string& out, const poll_row& row, const reading& reading)
 void append_raw(std::string& out, const poll_row& row, const reading& reading);
 
 // Prints a row for each point, `readings` by number. The header is left out where it was printed
-// for an earlier round. `format` is no html.
+// for an earlier round. `format` is csv or json.
 void print_readings(poll_format format, std::span<const poll_row> rows,
                     std::span<const reading> readings, bool has_header, output& out);
 

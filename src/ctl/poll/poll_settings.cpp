@@ -125,6 +125,7 @@ constexpr option_row<poll_settings> poll_options[] = {
      [](poll_settings& settings, std::string_view argument) {
        return choose(poll_formats, argument, settings.format);
      }},
+    {"wide", false, take_flag<&poll_settings::is_wide>},
     {"output", true, take_path<&poll_settings::output>},
     {"plan", false, take_flag<&poll_settings::is_plan>},
     {"trace", false,

@@ -22,6 +22,7 @@ struct poll_settings {
   unsigned long count = 1;  // 0: until interrupted
   unsigned long interval_ms = 1000;
   poll_format format = poll_format::table;
+  bool is_wide = false;
   const char* expected = nullptr;
   poll_tolerance tolerance;
   const char* output = nullptr;

@@ -13,13 +13,6 @@
 
 namespace ruvex {
 
-// Appends a number in capital hexadecimal digits, as many as `digits`.
-inline void append_hex(std::string& out, std::uint32_t number, int digits) {
-  for (int shift = 4 * (digits - 1); shift >= 0; shift -= 4) {
-    out += "0123456789ABCDEF"[number >> shift & 15];
-  }
-}
-
 // Prints an error about the lines `first` to `last` of a list on standard error; 0 is no line, as
 // that of a point of an XML file.
 inline void print_point_error(std::string_view path, std::int64_t first, std::int64_t last,

@@ -6,28 +6,21 @@
 #include <map>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "bus/point_view.h"
 #include "points/html/markup.h"
 #include "points/html/page_frame.h"
 #include "points/html/register_picture.h"
 #include "poll_columns.h"
+#include "record_style.h"
 #include "ruvex/cfg/tables.h"
 
 namespace ruvex {
 namespace {
 
-constexpr std::string_view record_style = R"(
-.facts { width: auto; }
-.facts td { padding-right: 2rem; border-bottom: 0; }
-.facts td:first-child { color: var(--soft); white-space: nowrap; }
-.readings tr.failed td { background: #fdecea; }
-.readings td.value { font-weight: 600; }
-.sign { display: grid; grid-template-columns: 1fr 1fr; gap: 1.2rem 2.5rem; break-inside: avoid; }
-.sign p { margin: 0; padding-top: 2.6rem; border-bottom: 1px solid var(--ink); color: var(--soft);
-  font-size: .86rem; }
-.remarks div { height: 2.2rem; border-bottom: 1px solid var(--line); }
-)";
+constexpr std::string_view record_anchor = "u";  // of a unit, before the number of its first point
+constexpr std::string_view failed_row = "<tr class=\"failed\">";
 
 constexpr std::string_view style_read = "s";
 constexpr std::string_view style_failed = "x";
@@ -53,6 +46,8 @@ int badness(read_status status) noexcept {
 struct result_counts {
   std::size_t points = 0, read = 0, differing = 0, skipped = 0;
 
+  std::size_t failed() const noexcept { return points - read - skipped; }
+
   void add(read_status status) noexcept {
     ++points;
     read += status == read_status::ok || status == read_status::differs ? 1 : 0;
@@ -64,8 +59,7 @@ struct result_counts {
 void append_counts(std::string& out, const result_counts& counts) {
   append_count(out, counts.points, "point");
   append_all(out, ", ", counts.read, " read");
-  const std::size_t failed = counts.points - counts.read - counts.skipped;
-  if (failed != 0) append_all(out, ", ", failed, " failed");
+  if (counts.failed() != 0) append_all(out, ", ", counts.failed(), " failed");
   if (counts.differing != 0) append_all(out, ", ", counts.differing, " not as expected");
   if (counts.skipped != 0) append_all(out, ", ", counts.skipped, " not asked");
 }
@@ -76,6 +70,12 @@ std::string time_text(std::chrono::sys_seconds time) {
   char text[40];
   ::gmtime_r(&seconds, &parts);
   return {text, std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S UTC", &parts)};
+}
+
+// Each page of paper tells of which record it is.
+std::string record_style_of(std::string_view begun) {
+  return message(record_style, "@page { @bottom-left { content: \"Commissioning record, ", begun,
+                 "\"; font: 8pt sans-serif; color: #647282; } }\n");
 }
 
 std::string line_text(const transport_settings& transport) {
@@ -91,25 +91,43 @@ std::string line_text(const transport_settings& transport) {
 class record_page {
  public:
   record_page(const poll_record& told, output& out)
-      : told_(told), result_(told.result), out_(out), hints_(hints_of(told.result)) {}
+      : told_(told),
+        result_(told.result),
+        out_(out),
+        hints_(hints_of(told.result)),
+        parts_(parts_of(told)) {}
 
   void print() {
-    append_page_start(text_, "Commissioning record", record_style);
+    append_page_start(text_, "Commissioning record", record_style_of(time_text(told_.begun)));
     print_head();
-    std::size_t first = 0;  // the number of the unit's first point
-    auto from = result_.rows.begin();
-    for (const unit_cfg* unit = told_.doc.unit_list; unit != nullptr; unit = unit->next) {
-      const auto end = std::find_if(from, result_.rows.end(),
-                                    [unit](const auto& row) { return row.unit != unit; });
-      if (from != end) print_unit(*unit, first, {from, end});
-      for (const chn_cfg* chn = unit->chn_list; chn != nullptr; chn = chn->next) ++first;
-      from = end;
-    }
+    if (parts_.size() > 1) print_overview();
+    append_legend(text_, result_legend);
+    for (const unit_part& part : parts_) print_unit(part);
     print_end();
   }
 
  private:
   using rows = std::span<const poll_row>;
+
+  struct unit_part {
+    const unit_cfg* unit;
+    std::size_t first;  // the number of the unit's first point
+    rows list;
+  };
+
+  static std::vector<unit_part> parts_of(const poll_record& told) {
+    std::vector<unit_part> parts;
+    std::size_t first = 0;
+    auto from = told.result.rows.begin();
+    for (const unit_cfg* unit = told.doc.unit_list; unit != nullptr; unit = unit->next) {
+      const auto end = std::find_if(from, told.result.rows.end(),
+                                    [unit](const auto& row) { return row.unit != unit; });
+      if (from != end) parts.push_back({unit, first, {from, end}});
+      for (const chn_cfg* chn = unit->chn_list; chn != nullptr; chn = chn->next) ++first;
+      from = end;
+    }
+    return parts;
+  }
 
   void put() { out_.put(std::exchange(text_, {})); }
 
@@ -144,8 +162,35 @@ class record_page {
     fact("Expected", told_.expected_path);
     text_ += "</tbody></table>\n";
     print_hints_of(nullptr);
-    append_legend(text_, result_legend);
-    put();
+  }
+
+  // A row for each unit; what is 0 there stays blank, so that the rest is seen.
+  void print_overview() {
+    text_ +=
+        "<table class=\"units\"><thead><tr><th>Unit</th><th>Points</th><th>Read</th>"
+        "<th>Failed</th><th>Not as expected</th><th>Not asked</th></tr></thead><tbody>\n";
+    for (const unit_part& part : parts_) {
+      const result_counts counts = count(part.list);
+      append_all(text_, counts.read == counts.points && counts.differing == 0 ? "<tr>" : failed_row,
+                 "<td><a href=\"#", record_anchor, part.first, "\">");
+      append_called(*part.unit);
+      text_ += "</a></td>";
+      for (const std::size_t number :
+           {counts.points, counts.read, counts.failed(), counts.differing, counts.skipped}) {
+        text_ += "<td>";
+        if (number != 0) append(text_, number);
+        text_ += "</td>";
+      }
+      text_ += "</tr>\n";
+      put();
+    }
+    text_ += "</tbody></table>\n";
+  }
+
+  void append_called(const unit_cfg& unit) {
+    std::string name;
+    append_unit(name, unit);
+    append_all(text_, "Unit ", html_text{name});
   }
 
   // Those of the serial line where `unit` is null.
@@ -162,30 +207,40 @@ class record_page {
     text_ += "</ul>\n";
   }
 
-  void print_unit(const unit_cfg& unit, std::size_t first, rows list) {
-    std::string name;
-    append_unit(name, unit);
-    append_all(text_, "<section>\n<h2>Unit ", html_text{name}, " <small>",
-               html_text{unit.name.view()}, "; ");
-    append_counts(text_, count(list));
+  void print_unit(const unit_part& part) {
+    append_all(text_, "<section id=\"", record_anchor, part.first, "\">\n<h2>");
+    append_called(*part.unit);
+    append_all(text_, " <small>", html_text{part.unit->name.view()}, "; ");
+    append_counts(text_, count(part.list));
     text_ += "</small></h2>\n";
-    print_hints_of(&unit);
+    print_hints_of(part.unit);
     put();
-    print_picture(unit, first, list);
-    const std::string_view expected = has_expected() ? "<th>Expected</th>" : "";
-    append_all(
-        text_, "<table class=\"readings\"><thead><tr>",
-        "<th>Reference<small>wire address</small></th><th>Name<small>description</small></th>",
-        expected, "<th>Read<small>raw</small></th><th>Result<small>time</small></th>",
-        "</tr></thead><tbody>\n");
-    for (const poll_row& row : list) print_row(row);
+    print_picture(part);
+    append_readings_head(*part.unit);
+    for (const poll_row& row : part.list) print_row(row);
     text_ += "</tbody></table>\n</section>\n";
     put();
   }
 
-  void print_picture(const unit_cfg& unit, std::size_t first, rows list) {
+  // On paper it stands on each page, with the unit.
+  void append_readings_head(const unit_cfg& unit) {
+    const std::string_view columns = has_expected() ? "5" : "4";
+    append_all(
+        text_,
+        "<table class=\"readings\"><colgroup><col class=\"reference\"/><col class=\"name\"/>",
+        has_expected() ? "<col/>" : "", "<col class=\"value\"/><col/></colgroup><thead>",
+        "<tr class=\"unit\"><th colspan=\"", columns, "\">");
+    append_called(unit);
+    append_all(
+        text_, "</th></tr><tr>",
+        "<th>Reference<small>wire address</small></th><th>Name<small>description</small></th>",
+        has_expected() ? "<th>Expected</th>" : "",
+        "<th>Read<small>raw</small></th><th>Result<small>time</small></th></tr></thead><tbody>\n");
+  }
+
+  void print_picture(const unit_part& part) {
     std::map<std::pair<register_class, std::int32_t>, read_status> results;
-    for (const poll_row& row : list) {
+    for (const poll_row& row : part.list) {
       if (row.point == nullptr) continue;
       const auto [place, is_new] =
           results.try_emplace({row.point->table, row.point->offset}, status(row));
@@ -195,7 +250,7 @@ class record_page {
       const auto found = results.find({point.table, point.offset});
       return found == results.end() ? style_skipped : style_of(found->second);
     };
-    print_register_pictures(unit, first, style, out_);
+    print_register_pictures(*part.unit, part.first, style, out_);
   }
 
   bool has_expected() const noexcept { return !told_.expected.empty(); }
@@ -224,7 +279,7 @@ class record_page {
     std::string raw;
     append_value(value, row, got);
     append_raw(raw, row, got);
-    append_all(text_, "<td class=\"value\">", html_text{value});
+    append_all(text_, "<td><b>", html_text{value}, "</b>");
     const bool has_units = !value.empty() && row.chn->bac_units != "NO_UNITS";
     if (has_units) append_all(text_, " ", html_text{row.chn->bac_units.view()});
     append_all(
@@ -249,6 +304,7 @@ class record_page {
   const poll_result& result_;
   output& out_;
   const std::vector<poll_hint> hints_;
+  const std::vector<unit_part> parts_;
   std::string text_;
 };
 

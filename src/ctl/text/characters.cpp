@@ -1,5 +1,7 @@
 #include "characters.h"
 
+#include "texts.h"
+
 namespace ruvex {
 namespace {
 
@@ -40,12 +42,6 @@ void divide(std::string_view text, Shown shown, Hidden hidden) {
   }
 }
 
-void append_hex(std::string& out, char byte, std::string_view digits) {
-  const auto code = static_cast<unsigned char>(byte);
-  out += digits[code >> 4];
-  out += digits[code & 15];
-}
-
 }  // namespace
 
 std::size_t utf_8_length(std::string_view text) noexcept {
@@ -77,7 +73,9 @@ void append_visible(std::string& out, std::string_view text) {
   divide(
       text, [&out](std::string_view piece) { out += piece; },
       [&out](std::string_view piece) {
-        for (const char byte : piece) append_hex(out += "\\x", byte, "0123456789ABCDEF");
+        for (std::size_t at = 0; at < piece.size(); ++at) {
+          append_hex(out += "\\x", byte_at(piece, at), 2);
+        }
       });
 }
 
@@ -108,7 +106,7 @@ void append_json(std::string& out, std::string_view text) {
         }
       },
       [&out](std::string_view piece) {
-        append_hex(out += "\\u00", piece.back(), "0123456789abcdef");
+        append_hex(out += "\\u00", byte_at(piece, piece.size() - 1), 2, "0123456789abcdef");
       });
   out += '"';
 }

@@ -40,6 +40,12 @@ std::string message(const Parts&... parts) {
   return out;
 }
 
+// Appends a number in so many hexadecimal digits.
+inline void append_hex(std::string& out, std::uint32_t number, int places,
+                       std::string_view digits = "0123456789ABCDEF") {
+  for (int shift = 4 * (places - 1); shift >= 0; shift -= 4) out += digits[number >> shift & 15];
+}
+
 // What printf would make of the format and the arguments.
 [[gnu::format(printf, 1, 0)]] inline std::string formatted(const char* format,
                                                            std::va_list arguments) {
