@@ -371,6 +371,7 @@ mod_outcome mod_exchange(mod_client* client, mod_mex* mex) noexcept {
     const attempt_end end = attempt(*client, *mex, left < client->retries);
     outcome.status = end.status;
     if (end.is_sent) ++outcome.requests;
+    if (end.status == mod_status::corrupt) ++client->corrupt_answers;
     if (end.status == mod_status::ok) return outcome;
     const bool is_told = end.status == mod_status::refused || end.status == mod_status::exception;
     outcome.code = is_told ? mex->data[0] : std::uint8_t{MOD_NO_EXCEPTION};

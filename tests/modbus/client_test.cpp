@@ -232,6 +232,7 @@ TEST(Client, RepeatsAsItIsTold) {
     const mod_outcome outcome = mod_exchange(&client, &mex);
     EXPECT_EQ(outcome.status, row.status) << row.answers[0];
     EXPECT_EQ(outcome.requests, row.requests) << row.answers[0];
+    EXPECT_EQ(client.corrupt_answers, row.answers[0].starts_with("00 01 02") ? 1 : 0);
     EXPECT_EQ(mex.fcn, row.status == ok ? 3 : 0x83);
     EXPECT_EQ(row.status == ok ? 0 : mex.data[0], row.code) << row.answers[0];
     EXPECT_EQ(mex.data[2], 0xA5);
