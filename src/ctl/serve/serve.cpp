@@ -15,6 +15,7 @@
 #include "faults.h"
 #include "input.h"
 #include "journal.h"
+#include "listening.h"
 #include "points/load.h"
 #include "register_image.h"
 #include "responder.h"
@@ -100,7 +101,7 @@ bool listen_for(const serve_settings& settings, const register_image& image, tcp
     const std::string address = host.empty() ? settings.address : std::string(host);
     const int port = server.listen(address, settings.port, where);
     if (port < 0) return false;
-    told.tell_listening(message(address, ":", port));
+    told.tell_listening(place_text(address, port));
     is_listening = true;
   }
   if (!is_listening && settings.serial.empty()) complain("no unit has an IP address");
@@ -162,8 +163,9 @@ is a mapping file, a unit file that ruvex has written from one, or a whole
 configuration document. Every register that a point of it has can be read; any
 other one is exception 2, and a unit that is not there exception 11.
 
-      --listen=ADDRESS:PORT  Modbus/TCP here; 127.0.0.1:1502 unless told. Port
-                             0 is any that is free. The line "listening on
+      --listen=ADDRESS:PORT  Modbus/TCP here; 127.0.0.1:1502 unless told. An
+                             IPv6 address stands in brackets. Port 0 is any
+                             that is free. The line "listening on
                              ADDRESS:PORT" says which.
       --serial=PATH          Modbus RTU on a serial line; no Modbus/TCP then,
                              unless --listen is given. "pty" makes a
