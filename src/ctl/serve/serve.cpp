@@ -2,6 +2,7 @@
 
 #include <sys/resource.h>
 #include <sys/signalfd.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <csignal>
@@ -37,7 +38,19 @@ int signals_of_end() noexcept {
   sigaddset(&signals, SIGINT);
   sigaddset(&signals, SIGTERM);
   ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-  return ::signalfd(-1, &signals, SFD_CLOEXEC);
+  return ::signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
+}
+
+// The signals that have come are taken. A further one ends the program at once: what it still has
+// to say may have no reader.
+void restore_signals(int signals_fd) noexcept {
+  signalfd_siginfo taken = {};
+  while (::read(signals_fd, &taken, sizeof taken) > 0) continue;
+  sigset_t signals;
+  sigemptyset(&signals);
+  sigaddset(&signals, SIGINT);
+  sigaddset(&signals, SIGTERM);
+  ::pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
 }
 
 // False after a complaint.
@@ -127,8 +140,10 @@ int serve_list(const serve_settings& settings, const served_list& list,
   }
   server.run(stop);
   const int status = line.end() ? ctl_clean : ctl_trouble;
-  print_summary(list, answers.tally(), server.clients(), told);
-  return end_with(status, told.out().finish());
+  restore_signals(stop);
+  output& out = told.end();
+  print_summary(list, answers.tally(), server.clients(), settings.format, out);
+  return end_with(status, out.finish());
 }
 
 int run_serve(int argc, char** argv) {
