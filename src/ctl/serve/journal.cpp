@@ -82,6 +82,10 @@ journal::journal(serve_format format, bool traces)
       out_(STDOUT_FILENO, format == serve_format::json ? dropped_object : dropped_line),
       errors_(STDERR_FILENO, dropped_line) {}
 
+void journal::tell_crowd(std::size_t most) {
+  errors_.put(message("ruvexctl: more than ", most, " clients; see --max-clients\n"));
+}
+
 output& journal::end() {
   errors_.end();
   return out_.end();

@@ -45,6 +45,9 @@ class journal {
   // The points that a write has changed, and their values now.
   void tell_write(served_unit& unit, const table_request& request);
 
+  // More clients than may be served; by any thread.
+  void tell_crowd(std::size_t most);
+
   // Waits until everything that was told is written; what comes after it goes to the result, which
   // is standard output. Nothing is to be told from then on.
   output& end();

@@ -127,7 +127,7 @@ int serve_list(const serve_settings& settings, const served_list& list,
   journal told(settings.format, settings.traces);
   responder answers(settings.rules, settings.pattern, faults, told);
   const std::size_t most = clients_with_room(settings.most_clients, list.image.stations.size());
-  tcp_server server(answers, {most, settings.ends_after_client});
+  tcp_server server(answers, told, {most, settings.ends_after_client});
   const bool has_serial = !settings.serial.empty();
   const bool listens =
       !has_serial || settings.is_told_to_listen || settings.grouping == unit_grouping::address;
@@ -139,11 +139,12 @@ int serve_list(const serve_settings& settings, const served_list& list,
     line.start(list.image.stations[""], answers);
   }
   server.run(stop);
-  const int status = line.end() ? ctl_clean : ctl_trouble;
+  const bool is_whole = line.end();
   restore_signals(stop);
+  if (!is_whole) complain("%s: the line has gone", line.name().c_str());
   output& out = told.end();
   print_summary(list, answers.tally(), server.clients(), settings.format, out);
-  return end_with(status, out.finish());
+  return end_with(is_whole ? ctl_clean : ctl_trouble, out.finish());
 }
 
 int run_serve(int argc, char** argv) {

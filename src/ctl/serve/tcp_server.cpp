@@ -13,7 +13,6 @@
 #include <cstring>
 #include <utility>
 
-#include "command.h"
 #include "listening.h"
 #include "tcp_frame.h"
 #include "text/texts.h"
@@ -52,8 +51,8 @@ void set_up_client(int fd) noexcept {
 
 }  // namespace
 
-tcp_server::tcp_server(responder& answers, const tcp_settings& settings)
-    : answers_(answers), settings_(settings), epoll_(::epoll_create1(EPOLL_CLOEXEC)) {}
+tcp_server::tcp_server(responder& answers, journal& told, const tcp_settings& settings)
+    : answers_(answers), told_(told), settings_(settings), epoll_(::epoll_create1(EPOLL_CLOEXEC)) {}
 
 tcp_server::~tcp_server() {
   for (const auto& [fd, where] : listeners_) ::close(fd);
@@ -122,7 +121,7 @@ void tcp_server::admit(int fd, const station& where) {
   if (clients_.size() >= settings_.most_clients) {
     ::close(fd);
     if (!std::exchange(has_told_of_crowd_, true)) {
-      complain("more than %zu clients; see --max-clients", settings_.most_clients);
+      told_.tell_crowd(settings_.most_clients);
     }
     return;
   }

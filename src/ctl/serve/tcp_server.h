@@ -8,6 +8,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "journal.h"
 #include "register_image.h"
 #include "responder.h"
 
@@ -22,7 +23,7 @@ struct tcp_settings {
 // bounded; while its answers are not taken, nothing more is read from it.
 class tcp_server {
  public:
-  tcp_server(responder& answers, const tcp_settings& settings);
+  tcp_server(responder& answers, journal& told, const tcp_settings& settings);
   ~tcp_server();
   tcp_server(const tcp_server&) = delete;
   tcp_server& operator=(const tcp_server&) = delete;
@@ -63,6 +64,7 @@ class tcp_server {
   void drop(int fd);
 
   responder& answers_;
+  journal& told_;
   const tcp_settings settings_;
   int epoll_;
   std::map<int, const station*> listeners_;  // by their descriptors
