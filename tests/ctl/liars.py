@@ -70,22 +70,23 @@ class Log:
                    for request in self.requests[row["unit"], int(row["function"]), place])
 
 
-def points(device):
+def points(device, coils):
     """The list of a device: blocks with holes between them, in three tables."""
     rows = []
     for block in range(5):
+        rows += [(f"0{769 + 20 * block + at:04}", "16 Bit Unsigned Integer", "BINARY_INPUT")
+                 for at in range(coils)]
         for at in range(block + 1):
-            rows += [(f"0{1 + 20 * block + at:04}", "16 Bit Unsigned Integer", "BINARY_INPUT"),
-                     (f"3{101 + 20 * block + 2 * at:04}", "32 Bit Unsigned Integer HI/LO",
+            rows += [(f"3{101 + 20 * block + 2 * at:04}", "32 Bit Unsigned Integer HI/LO",
                       "ANALOG_INPUT"),
                      (f"4{1 + 20 * block + at:04}", "16 Bit Unsigned Integer", "ANALOG_INPUT")]
     return "".join(f"L,0,P,{device},{reference},{kind},{what},{number},NO_UNITS,0,0,0,0,0,0,0,0\n"
                    for number, (reference, kind, what) in enumerate(rows))
 
 
-def write_list(path, devices):
+def write_list(path, devices, coils):
     with open(path, "w", encoding="ascii") as out:
-        out.write("".join(map(points, devices)))
+        out.writelines(points(device, coils) for device in devices)
 
 
 async def polled(program, timeout, *options):
@@ -179,7 +180,7 @@ async def tell_tcp(program):
     log = Log()
     server = await asyncio.start_server(lambda *ends: serve_tcp(log, *ends), "0.0.0.0", 0)
     port = server.sockets[0].getsockname()[1]
-    write_list("tcp.csv", [f"127.0.0.{host}/{unit}" for host in range(1, 41) for unit in range(1, 4)])
+    write_list("tcp.csv", [f"127.0.0.{host}/{unit}" for host in range(1, 41) for unit in range(1, 4)], 3)
     rows, retries = [], 0
     while log.count < 10000:
         rows += await polled(program, TCP_TIMEOUT, f"--port={port}", f"--retries={retries}", "--count=2",
@@ -248,7 +249,8 @@ async def tell_rtu(program):
     log = Log()
     lines, polls, serving = [terminal() for _ in range(7)], [], []
     for number, (end, path) in enumerate(lines):
-        write_list(f"{number}.csv", range(30 * number + 1, 30 * number + 6, 2))
+        # A request for 17 coils there looks like its own answer.
+        write_list(f"{number}.csv", range(30 * number + 1, 30 * number + 6, 2), 17)
         serving.append(asyncio.create_task(serve_rtu(log, end)))
         polls.append(polled(program, RTU_TIMEOUT, f"--serial={path}", "--line=115200,8N1",
                             f"--retries={number % 2}", f"{number}.csv"))
@@ -322,7 +324,26 @@ async def tell_gone(program):
                            "--line=115200,8N1", "--count=8", "--interval=80", "gone.csv"))
 
 
+# A line that damages each first answer.
+
+async def tell_damaged(program):
+    log = Log()
+    line, path = terminal()
+
+    def hear():
+        unit, code, first, count = struct.unpack(">BBHH", os.read(line, 8)[:6])
+        asked = log.note(str(unit), code, first, count)
+        os.write(line, rtu(unit, asked.pdu(), damage=log.count % 2))
+
+    asyncio.get_running_loop().add_reader(line, hear)
+    write_list("damaged.csv", [1], 1)
+    process = await asyncio.create_subprocess_exec(
+        *program, "poll", f"--serial={path}", "--timeout=200", "--gap=20", "--line=115200,8N1",
+        "damaged.csv", stdout=asyncio.subprocess.DEVNULL)
+    await process.wait()
+
+
 async def main():
-    await {"tcp": tell_tcp, "rtu": tell_rtu, "gone": tell_gone}[sys.argv[1]](sys.argv[2:])
+    await {"tcp": tell_tcp, "rtu": tell_rtu, "gone": tell_gone, "damaged": tell_damaged}[sys.argv[1]](sys.argv[2:])
 
 asyncio.run(main())
