@@ -1,6 +1,6 @@
 """Devices that lie to ruvexctl poll, and the judge of what it has believed.
 
-liars.py tcp|rtu PROGRAM...: PROGRAM is ruvexctl and what starts it.
+liars.py tcp|rtu|gone|damaged PROGRAM...: PROGRAM is ruvexctl and what starts it.
 
 The right values of a request are new ones each time, so every other value is a lie: that of another
 address, of another unit and of an earlier time. A row that was read has to hold those of a request
@@ -76,7 +76,7 @@ def points(device, coils):
     for block in range(5):
         rows += [(f"0{769 + 20 * block + at:04}", "16 Bit Unsigned Integer", "BINARY_INPUT")
                  for at in range(coils)]
-        for at in range(block + 1):
+        for at in range(1 + block % 3):
             rows += [(f"3{101 + 20 * block + 2 * at:04}", "32 Bit Unsigned Integer HI/LO",
                       "ANALOG_INPUT"),
                      (f"4{1 + 20 * block + at:04}", "16 Bit Unsigned Integer", "ANALOG_INPUT")]
@@ -115,7 +115,7 @@ def judge(log, rows, least, statuses):
 
 # Modbus/TCP.
 
-TCP_TIMEOUT = 0.1
+TCP_TIMEOUT = 0.08
 
 
 def tcp(number, unit, pdu, more=0, protocol=0):
@@ -123,9 +123,10 @@ def tcp(number, unit, pdu, more=0, protocol=0):
 
 
 def tcp_others(number, unit, asked):
-    """Answers to other questions, none of which will be asked soon: that would be one to believe."""
+    """Answers to other questions, of which none will be asked soon: it would be believed."""
     wrong = asked.pdu(LIE)
-    return [tcp(number - 1, unit, wrong), tcp(number ^ 0x80, unit, wrong), tcp(number, unit + 1, wrong),
+    return [tcp(number - 1, unit, wrong), tcp(number ^ 0x80, unit, wrong),
+            tcp(number, unit + 1, wrong),
             tcp(number, unit, asked.pdu(LIE, code=asked.code ^ 7)),
             tcp(number, unit, asked.pdu(LIE, more=16)),
             tcp(number, unit, wrong[:1] + bytes([wrong[1] ^ 6]) + wrong[2:])]
@@ -180,11 +181,12 @@ async def tell_tcp(program):
     log = Log()
     server = await asyncio.start_server(lambda *ends: serve_tcp(log, *ends), "0.0.0.0", 0)
     port = server.sockets[0].getsockname()[1]
-    write_list("tcp.csv", [f"127.0.0.{host}/{unit}" for host in range(1, 41) for unit in range(1, 4)], 3)
+    hosts = [f"127.0.0.{number}" for number in range(1, 41)]
+    write_list("tcp.csv", [f"{host}/{unit}" for host in hosts for unit in (1, 2, 3)], 1)
     rows, retries = [], 0
     while log.count < 10000:
-        rows += await polled(program, TCP_TIMEOUT, f"--port={port}", f"--retries={retries}", "--count=2",
-                             "--interval=0", "tcp.csv")
+        rows += await polled(program, TCP_TIMEOUT, f"--port={port}", f"--retries={retries}",
+                             "--count=2", "--interval=0", "tcp.csv")
         retries = 1 - retries
     judge(log, rows, 10000, ["ok", "timeout", "corrupt", "stale", "closed"])
 
@@ -208,21 +210,24 @@ def rtu_lie(unit, asked, heard):
     """What is sent in place of the answer, in pieces; a number is a pause."""
     right, wrong = rtu(unit, asked.pdu()), asked.pdu(LIE)
     others = [rtu(unit + 1, wrong), rtu(unit, asked.pdu(LIE, code=asked.code ^ 7)),
-              rtu(unit, asked.pdu(LIE, more=16)), rtu(unit, wrong, damage=chance.randrange(1, 65536)),
+              rtu(unit, asked.pdu(LIE, more=16)),
+              rtu(unit, wrong, damage=chance.randrange(1, 65536)),
               rtu(unit, wrong)[:-chance.randrange(1, 5)], heard, rtu(unit, wrong[:1] + right[2:-2])]
     middle = chance.randrange(1, len(right))
     return chance.choice([
         # The right answer is there.
-        [right[:middle], 0.003, right[middle:]], [heard + right], [rubbish(9), 0.003, right],
+        [right[:middle], 0.003, right[middle:]], [heard + right], [heard, 0.003, right],
+        [rubbish(9), 0.003, right],
         [rtu(unit + 1, wrong) + right], [right + rtu(unit, wrong)],
         [right[at:at + 1] for at in range(len(right))],
         # It is not.
-        [chance.choice(others)], [chance.choice(others)], [rubbish(30)], [], [1.3 * RTU_TIMEOUT, right]])
+        [chance.choice(others)], [chance.choice(others)], [rubbish(30)], [],
+        [1.3 * RTU_TIMEOUT, right]])
 
 
-async def serve_rtu(log, terminal):
+async def serve_rtu(log, line):
     heard = asyncio.Queue()
-    asyncio.get_running_loop().add_reader(terminal, lambda: heard.put_nowait(os.read(terminal, 999)))
+    asyncio.get_running_loop().add_reader(line, lambda: heard.put_nowait(os.read(line, 999)))
     request = b""
     while True:
         request += await heard.get()
@@ -230,11 +235,12 @@ async def serve_rtu(log, terminal):
             unit, code, first, count = struct.unpack(">BBHH", request[:6])
             asked = log.note(str(unit), code, first, count)
             is_honest = chance.random() < 0.75
-            for piece in [rtu(unit, asked.pdu())] if is_honest else rtu_lie(unit, asked, request[:8]):
+            right = [rtu(unit, asked.pdu())]
+            for piece in right if is_honest else rtu_lie(unit, asked, request[:8]):
                 if isinstance(piece, float):
                     await asyncio.sleep(piece)
                 elif time.time() - asked.time < 1.8 * RTU_TIMEOUT:
-                    os.write(terminal, piece)
+                    os.write(line, piece)
             request = request[8:]
 
 
@@ -255,7 +261,7 @@ async def tell_rtu(program):
         polls.append(polled(program, RTU_TIMEOUT, f"--serial={path}", "--line=115200,8N1",
                             f"--retries={number % 2}", f"{number}.csv"))
     rows = [row for rows in await asyncio.gather(*polls) for row in rows]
-    judge(log, rows, 300, ["ok", "timeout", "corrupt"])
+    judge(log, rows, 200, ["ok", "timeout", "corrupt"])
 
 
 # Devices that are gone for some rounds.
@@ -344,6 +350,7 @@ async def tell_damaged(program):
 
 
 async def main():
-    await {"tcp": tell_tcp, "rtu": tell_rtu, "gone": tell_gone, "damaged": tell_damaged}[sys.argv[1]](sys.argv[2:])
+    tell = {"tcp": tell_tcp, "rtu": tell_rtu, "gone": tell_gone, "damaged": tell_damaged}
+    await tell[sys.argv[1]](sys.argv[2:])
 
 asyncio.run(main())
