@@ -126,6 +126,9 @@ void pay(mod_client& client, const decltype(mod_client::owed)& before) noexcept 
   if (owed.is_mixed && !before.is_mixed) owed = before;
 }
 
+// Unit, function and byte count; what an answer repeats of a write makes its head longer.
+constexpr std::uint8_t read_head_size = 3;
+
 class answer_reception {
  public:
   answer_reception(mod_client& client, const wanted_answer& wanted) noexcept
@@ -168,7 +171,20 @@ class answer_reception {
     return may_end ? std::min(whole_, now_ms() + gap_ms(client_)) : whole_;
   }
 
+  // An adapter may hand on what it sends. A request for 17 to 24 bits from an address of 768 to
+  // 1023 has the form of its answer.
+  bool is_own_request() const noexcept {
+    const mod_ctx& ctx = client_.ctx;
+    return ctx.protocol == MOD_RTU && wanted_.head_size == read_head_size &&
+           ctx.length + rtu_crc_size == ctx.tx_length &&
+           std::equal(ctx.buffer, ctx.buffer + ctx.length, ctx.tx_buffer);
+  }
+
   frame_finding note(frame_finding found) noexcept {
+    if (found == frame_finding::answer && is_own_request()) {
+      mod_rxReset(&client_.ctx);
+      found = frame_finding::stale;
+    }
     if (found == frame_finding::stale) seen_ = mod_status::stale;
     if (found == frame_finding::corrupt) seen_ = mod_status::corrupt;
     return found;
@@ -371,6 +387,7 @@ mod_outcome mod_exchange(mod_client* client, mod_mex* mex) noexcept {
     const attempt_end end = attempt(*client, *mex, left < client->retries);
     outcome.status = end.status;
     if (end.is_sent) ++outcome.requests;
+    if (end.status == mod_status::corrupt) ++client->corrupt_answers;
     if (end.status == mod_status::ok) return outcome;
     const bool is_told = end.status == mod_status::refused || end.status == mod_status::exception;
     outcome.code = is_told ? mex->data[0] : std::uint8_t{MOD_NO_EXCEPTION};

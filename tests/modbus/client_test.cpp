@@ -168,6 +168,20 @@ TEST(Client, TakesNoAnswerToAnotherRequest) {
   }
 }
 
+// A request that has the form of its answer, as an adapter hands it on.
+TEST(Client, DoesNotTakeItsOwnRequestForAnAnswer) {
+  const std::string own = rtu("11 01 03 01 00 11"), right = " " + rtu("11 01 03 FF 00 01");
+  for (const std::string& answer : {right, std::string()}) {
+    scripted_device device({own + answer});
+    mod_client client = client_of(device, MOD_RTU, answer.empty() ? 15 : 3000);
+    std::uint8_t bits[17] = {};
+    const mod_outcome outcome = mod_readCoils(&client, 17, 770, 17, bits);
+    EXPECT_EQ(outcome.status, answer.empty() ? mod_status::stale : mod_status::ok);
+    EXPECT_EQ(std::count(bits, bits + 17, 1), answer.empty() ? 0 : 9);
+    device.finish();
+  }
+}
+
 // On a serial line an answer has no number: it is told from others by its time alone.
 TEST(Client, IsNeverOneAnswerBehind) {
   using enum mod_status;
@@ -232,6 +246,7 @@ TEST(Client, RepeatsAsItIsTold) {
     const mod_outcome outcome = mod_exchange(&client, &mex);
     EXPECT_EQ(outcome.status, row.status) << row.answers[0];
     EXPECT_EQ(outcome.requests, row.requests) << row.answers[0];
+    EXPECT_EQ(client.corrupt_answers, row.answers[0].starts_with("00 01 02") ? 1 : 0);
     EXPECT_EQ(mex.fcn, row.status == ok ? 3 : 0x83);
     EXPECT_EQ(row.status == ok ? 0 : mex.data[0], row.code) << row.answers[0];
     EXPECT_EQ(mex.data[2], 0xA5);

@@ -59,6 +59,9 @@ struct mod_client {
   mod_line line;
   std::uint8_t retries;  // how often a request is repeated that has no right answer
   std::int32_t late_ms;  // serial lines: how long after its time-out an answer may still come
+  // Requests, retries included, after which only damaged bytes came; a retry may have been
+  // answered.
+  std::uint32_t corrupt_answers;
 
   // The rest is the client's own.
   mod_ctx ctx;

@@ -54,7 +54,7 @@ struct unit_sum {
   std::uint32_t exchanges = 0;   // a request with its retries
   std::uint32_t timeouts = 0;    // of these in which nothing came
   std::uint32_t answers = 0;     // exceptions included
-  std::uint32_t corrupt = 0;     // exchanges that ended with damaged bytes
+  std::uint32_t corrupt = 0;     // requests after which only damaged bytes came
   std::uint32_t slowest_ms = 0;  // of the answers
   std::int8_t shift = 0;  // -1 or 1: each point is refused as an illegal address, and the register
                           // before or behind the first one answers

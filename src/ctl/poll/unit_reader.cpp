@@ -92,6 +92,7 @@ mod_outcome unit_reader::ask(const poll_request& request) {
   using std::chrono::floor;
   using std::chrono::milliseconds;
   if (sum_.requests != 0) wait_unless_interrupted(settings_.delay_ms);
+  const std::uint32_t corrupt_before = client_.corrupt_answers;
   const auto start = std::chrono::steady_clock::now();
   const mod_outcome outcome =
       read_table(client_, unit_.address, request.table, request.offset, request.count, words_);
@@ -102,7 +103,7 @@ mod_outcome unit_reader::ask(const poll_request& request) {
   if (outcome.requests > 1) sum_.retries += outcome.requests - 1U;
   ++sum_.exchanges;
   if (outcome.status == mod_status::timeout) ++sum_.timeouts;
-  if (outcome.status == mod_status::corrupt) ++sum_.corrupt;
+  sum_.corrupt += client_.corrupt_answers - corrupt_before;
   if (is_answer(outcome)) {
     ++sum_.answers;
     sum_.slowest_ms = std::max(sum_.slowest_ms, ms_);

@@ -1,5 +1,7 @@
 #include "journal.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -64,7 +66,30 @@ std::string value_text(served_unit& unit, const served_point& served) {
   return text;
 }
 
+std::string dropped_line(std::uint64_t lines) {
+  return message("lines that nobody was there to read: ", lines, "\n");
+}
+
+std::string dropped_object(std::uint64_t lines) {
+  return message("{\"dropped\":", lines, "}\n");
+}
+
 }  // namespace
+
+journal::journal(serve_format format, bool traces)
+    : format_(format),
+      traces_(traces),
+      out_(STDOUT_FILENO, format == serve_format::json ? dropped_object : dropped_line),
+      errors_(STDERR_FILENO, dropped_line) {}
+
+void journal::tell_crowd(std::size_t most) {
+  errors_.put(message("ruvexctl: more than ", most, " clients; see --max-clients\n"));
+}
+
+output& journal::end() {
+  errors_.end();
+  return out_.end();
+}
 
 void append_point_name(std::string& out, const served_point& served) {
   std::string unit;
@@ -91,7 +116,6 @@ void journal::tell_listening(std::string_view where) {
     line += '\n';
   }
   out_.put(line);
-  out_.flush();
 }
 
 bool journal::is_to_be_told(const told_request& told) {
@@ -114,7 +138,7 @@ void journal::tell_request(const told_request& told) {
   if (!traces_ && refused_.size() == most_refusals) {
     line += "further refused requests are not told; see --trace\n";
   }
-  std::fputs(line.c_str(), stderr);
+  errors_.put(line);
 }
 
 void journal::tell_point(served_unit& unit, const served_point& served) {
@@ -137,7 +161,6 @@ void journal::tell_write(served_unit& unit, const table_request& request) {
        unit.points_within(request.function->table, request.first, request.count)) {
     tell_point(unit, served);
   }
-  out_.flush();
 }
 
 }  // namespace ruvex

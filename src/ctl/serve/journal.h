@@ -10,6 +10,7 @@
 #include <tuple>
 
 #include "answer.h"
+#include "line_writer.h"
 #include "output.h"
 #include "register_image.h"
 
@@ -30,10 +31,11 @@ struct told_request {
 };
 
 // Prints lines as they come: writes and where it listens on standard output, requests on standard
-// error. One thread at a time uses it.
+// error. A reader that has stopped keeps nobody waiting; a line says how many it has missed. One
+// thread at a time uses the journal.
 class journal {
  public:
-  journal(serve_format format, bool traces) noexcept : format_(format), traces_(traces) {}
+  journal(serve_format format, bool traces);
 
   void tell_listening(std::string_view where);
 
@@ -43,8 +45,12 @@ class journal {
   // The points that a write has changed, and their values now.
   void tell_write(served_unit& unit, const table_request& request);
 
-  output& out() noexcept { return out_; }
-  serve_format format() const noexcept { return format_; }
+  // More clients than may be served; by any thread.
+  void tell_crowd(std::size_t most);
+
+  // Waits until everything that was told is written; what comes after it goes to the result, which
+  // is standard output. Nothing is to be told from then on.
+  output& end();
 
  private:
   using refusal_key =
@@ -55,7 +61,7 @@ class journal {
 
   const serve_format format_;
   const bool traces_;
-  output out_;
+  line_writer out_, errors_;
   std::set<refusal_key> refused_;
 };
 

@@ -1,10 +1,16 @@
 #include "responder.h"
 
+#include <array>
+
 namespace ruvex {
 namespace {
 
 // "Gateway target device failed to respond": what a gateway says of a unit that is not there.
 constexpr std::uint8_t no_such_unit = 0x0B;
+
+constexpr std::uint8_t broadcast_number = 0;  // of a serial line
+constexpr std::uint8_t first_unit = 1;
+constexpr std::uint8_t last_unit = 247;
 
 std::uint8_t first_exception(std::uint8_t of_fault, std::uint8_t of_unit) noexcept {
   return of_fault != 0 ? of_fault : of_unit;
@@ -29,14 +35,31 @@ std::size_t responder::answer_for(served_unit& unit, const table_request& reques
   return size;
 }
 
+// Every unit that is told carries out what it can, and none answers. A broadcast that reads asks
+// nobody.
+void responder::take_broadcast(const station& where, const table_request& request,
+                               const requester& from) {
+  if (request.function == nullptr || !request.function->is_write || !rules_.takes_writes) return;
+  ++tally_.requests;
+  std::array<std::uint8_t, longest_pdu> unsent = {};
+  for (std::uint8_t number = first_unit; number <= last_unit; ++number) {
+    served_unit* const unit = where.unit(number);
+    if (unit == nullptr || exception_of(*unit, request, rules_) != 0) continue;
+    const fault_effect fault = faults_.on(*unit, request);
+    if (!fault.is_silent && fault.exception == 0) answer_for(*unit, request, unsent.data());
+  }
+  told_.tell_request({from.name, broadcast_number, request, 0, {}});
+}
+
 reply responder::respond(const station& where, std::uint8_t number,
                          std::span<const std::uint8_t> request, const requester& from,
                          std::uint8_t* answer) {
   const std::lock_guard lock(mutex_);
+  const table_request read = read_request(request);
+  if (number == broadcast_number && from.is_on_line) take_broadcast(where, read, from);
   served_unit* const unit = where.unit(number);
   if (unit == nullptr && from.is_on_line) return {};
   ++tally_.requests;
-  const table_request read = read_request(request);
   fault_effect fault;
   if (unit != nullptr) fault = faults_.on(*unit, read);
   if (fault.is_silent) {

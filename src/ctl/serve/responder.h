@@ -42,7 +42,8 @@ class responder {
       : rules_(rules), pattern_(pattern), faults_(faults), told_(told) {}
 
   // Answers a request for the unit `number`: function code and data. `answer` has room for
-  // longest_pdu bytes.
+  // longest_pdu bytes. Number 0 of a serial line is a broadcast: all units there take a write of
+  // what they have, where writes are taken, and there is no answer.
   reply respond(const station& where, std::uint8_t number, std::span<const std::uint8_t> request,
                 const requester& from, std::uint8_t* answer);
 
@@ -50,6 +51,7 @@ class responder {
   const request_tally& tally() const noexcept { return tally_; }
 
  private:
+  void take_broadcast(const station& where, const table_request& request, const requester& from);
   std::size_t answer_for(served_unit& unit, const table_request& request, std::uint8_t* answer);
   double seconds() const noexcept;
 

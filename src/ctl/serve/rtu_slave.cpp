@@ -128,7 +128,6 @@ bool rtu_slave::run(const station& where, responder& answers) {
     if (is_stopped) return true;
     if (mod_waitRequest(&ctx_) > 0) answer(where, answers);
   }
-  complain("%s: the line has gone", name_.c_str());
   return false;
 }
 

@@ -32,8 +32,8 @@ class rtu_slave {
   const std::string& name() const noexcept { return name_; }
 
   // Begins to answer the requests for the units of `where`, which outlives the slave, on an open
-  // line. Broadcasts and requests for other units get no answer. When the line goes, there is a
-  // complaint, and the process gets SIGTERM, as if a user had ended it.
+  // line. Broadcasts and requests for other units get no answer. When the line goes, the
+  // process gets SIGTERM, as if a user had ended it.
   void start(const station& where, responder& answers);
 
   // Ends the answering; false when the line has gone before.

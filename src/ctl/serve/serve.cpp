@@ -2,6 +2,7 @@
 
 #include <sys/resource.h>
 #include <sys/signalfd.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <csignal>
@@ -15,6 +16,7 @@
 #include "faults.h"
 #include "input.h"
 #include "journal.h"
+#include "listening.h"
 #include "points/load.h"
 #include "register_image.h"
 #include "responder.h"
@@ -36,7 +38,19 @@ int signals_of_end() noexcept {
   sigaddset(&signals, SIGINT);
   sigaddset(&signals, SIGTERM);
   ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-  return ::signalfd(-1, &signals, SFD_CLOEXEC);
+  return ::signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
+}
+
+// The signals that have come are taken. A further one ends the program at once: what it still has
+// to say may have no reader.
+void restore_signals(int signals_fd) noexcept {
+  signalfd_siginfo taken = {};
+  while (::read(signals_fd, &taken, sizeof taken) > 0) continue;
+  sigset_t signals;
+  sigemptyset(&signals);
+  sigaddset(&signals, SIGINT);
+  sigaddset(&signals, SIGTERM);
+  ::pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
 }
 
 // False after a complaint.
@@ -100,7 +114,7 @@ bool listen_for(const serve_settings& settings, const register_image& image, tcp
     const std::string address = host.empty() ? settings.address : std::string(host);
     const int port = server.listen(address, settings.port, where);
     if (port < 0) return false;
-    told.tell_listening(message(address, ":", port));
+    told.tell_listening(place_text(address, port));
     is_listening = true;
   }
   if (!is_listening && settings.serial.empty()) complain("no unit has an IP address");
@@ -113,7 +127,7 @@ int serve_list(const serve_settings& settings, const served_list& list,
   journal told(settings.format, settings.traces);
   responder answers(settings.rules, settings.pattern, faults, told);
   const std::size_t most = clients_with_room(settings.most_clients, list.image.stations.size());
-  tcp_server server(answers, {most, settings.ends_after_client});
+  tcp_server server(answers, told, {most, settings.ends_after_client});
   const bool has_serial = !settings.serial.empty();
   const bool listens =
       !has_serial || settings.is_told_to_listen || settings.grouping == unit_grouping::address;
@@ -125,9 +139,12 @@ int serve_list(const serve_settings& settings, const served_list& list,
     line.start(list.image.stations[""], answers);
   }
   server.run(stop);
-  const int status = line.end() ? ctl_clean : ctl_trouble;
-  print_summary(list, answers.tally(), server.clients(), told);
-  return end_with(status, told.out().finish());
+  const bool is_whole = line.end();
+  restore_signals(stop);
+  if (!is_whole) complain("%s: the line has gone", line.name().c_str());
+  output& out = told.end();
+  print_summary(list, answers.tally(), server.clients(), settings.format, out);
+  return end_with(is_whole ? ctl_clean : ctl_trouble, out.finish());
 }
 
 int run_serve(int argc, char** argv) {
@@ -162,8 +179,9 @@ is a mapping file, a unit file that ruvex has written from one, or a whole
 configuration document. Every register that a point of it has can be read; any
 other one is exception 2, and a unit that is not there exception 11.
 
-      --listen=ADDRESS:PORT  Modbus/TCP here; 127.0.0.1:1502 unless told. Port
-                             0 is any that is free. The line "listening on
+      --listen=ADDRESS:PORT  Modbus/TCP here; 127.0.0.1:1502 unless told. An
+                             IPv6 address stands in brackets. Port 0 is any
+                             that is free. The line "listening on
                              ADDRESS:PORT" says which.
       --serial=PATH          Modbus RTU on a serial line; no Modbus/TCP then,
                              unless --listen is given. "pty" makes a

@@ -7,15 +7,20 @@
 namespace ruvex {
 namespace {
 
+// ADDRESS:PORT, or [ADDRESS]:PORT with an IPv6 address.
 bool take_listen(serve_settings& settings, std::string_view argument) {
   const std::size_t colon = argument.rfind(':');
   unsigned long port = 0;
   if (colon == std::string_view::npos) return false;
   if (!parse_number(argument.substr(colon + 1), 65535, port)) return false;
-  settings.address = argument.substr(0, colon);
+  std::string_view address = argument.substr(0, colon);
+  const bool has_brackets = address.starts_with('[') && address.ends_with(']');
+  if (has_brackets) address = address.substr(1, address.size() - 2);
+  const bool has_colons = address.find(':') != std::string_view::npos;
+  settings.address = address;
   settings.port = static_cast<int>(port);
   settings.is_told_to_listen = true;
-  return !settings.address.empty();
+  return !address.empty() && has_colons == has_brackets;
 }
 
 constexpr choice<bool> ways_with_writes[] = {{"refuse", false}, {"accept", true}};

@@ -71,11 +71,10 @@ void print_json_summary(const served_list& list, const served_points& unread, ou
 }  // namespace
 
 void print_summary(const served_list& list, const request_tally& tally, std::uint64_t clients,
-                   journal& told) {
+                   serve_format format, output& out) {
   const served_points unread = never_read(list.image);
   const std::size_t points = count_points(list.image);
-  output& out = told.out();
-  if (told.format() == serve_format::json) {
+  if (format == serve_format::json) {
     out.put(json_sums(tally, clients, points, list.placeless));
     return print_json_summary(list, unread, out);
   }

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "journal.h"
+#include "output.h"
 #include "points/load.h"
 #include "register_image.h"
 #include "responder.h"
@@ -19,6 +20,6 @@ struct served_list {
 
 // Prints the sums, and every point of which a register was never read, in the order of the list.
 void print_summary(const served_list& list, const request_tally& tally, std::uint64_t clients,
-                   journal& told);
+                   serve_format format, output& out);
 
 }  // namespace ruvex

@@ -1,6 +1,6 @@
 #include "tcp_server.h"
 
-#include <arpa/inet.h>
+#include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/epoll.h>
 #include <sys/socket.h>
@@ -13,9 +13,7 @@
 #include <cstring>
 #include <utility>
 
-#include "command.h"
-#include "ruvex/socket/bind.h"
-#include "ruvex/socket/options.h"
+#include "listening.h"
 #include "tcp_frame.h"
 #include "text/texts.h"
 
@@ -28,9 +26,6 @@ constexpr std::size_t input_block = 2 * longest_tcp_frame;
 // No more requests are answered while this many bytes of answers wait.
 constexpr std::size_t most_output = 16384;
 
-// So that those who connect all at once are not turned away.
-constexpr int waiting_connections = 1024;
-
 std::int64_t clock_ms() noexcept {
   const auto now = std::chrono::steady_clock::now().time_since_epoch();
   return std::chrono::duration_cast<std::chrono::milliseconds>(now).count();
@@ -38,23 +33,6 @@ std::int64_t clock_ms() noexcept {
 
 bool is_later(int error) noexcept {
   return error == EAGAIN || error == EINTR;
-}
-
-std::string peer_of(int fd) {
-  sockaddr_in peer = {};
-  socklen_t size = sizeof peer;
-  char text[INET_ADDRSTRLEN] = "?";
-  if (::getpeername(fd, reinterpret_cast<sockaddr*>(&peer), &size) == 0) {
-    ::inet_ntop(AF_INET, &peer.sin_addr, text, sizeof text);
-  }
-  return message(text, ":", ntohs(peer.sin_port));
-}
-
-int port_of(int fd) noexcept {
-  sockaddr_in here = {};
-  socklen_t size = sizeof here;
-  const bool is_known = ::getsockname(fd, reinterpret_cast<sockaddr*>(&here), &size) == 0;
-  return is_known ? ntohs(here.sin_port) : -1;
 }
 
 void add_to(int epoll, int fd) noexcept {
@@ -73,25 +51,20 @@ void set_up_client(int fd) noexcept {
 
 }  // namespace
 
-tcp_server::tcp_server(responder& answers, const tcp_settings& settings)
-    : answers_(answers), settings_(settings), epoll_(::epoll_create1(EPOLL_CLOEXEC)) {}
+tcp_server::tcp_server(responder& answers, journal& told, const tcp_settings& settings)
+    : answers_(answers), told_(told), settings_(settings), epoll_(::epoll_create1(EPOLL_CLOEXEC)) {}
 
 tcp_server::~tcp_server() {
+  for (const auto& [fd, where] : listeners_) ::close(fd);
   for (const auto& [fd, who] : clients_) ::close(fd);
   if (epoll_ >= 0) ::close(epoll_);
 }
 
 int tcp_server::listen(const std::string& address, int port, const station& where) {
-  socket_ptr socket(CreateAfInetServer(SOCK_STREAM, address.c_str(), port));
-  const bool is_listening = socket != nullptr && sktSetNonblocking(socket.get(), 1) == 0 &&
-                            ::listen(socket->m_sock, waiting_connections) == 0;
-  if (!is_listening) {
-    complain("cannot listen on %s:%d", address.c_str(), port);
-    return -1;
-  }
-  const int fd = socket->m_sock;
+  const int fd = listen_at(address, port);
+  if (fd < 0) return -1;
   add_to(epoll_, fd);
-  listeners_[fd] = {std::move(socket), &where};
+  listeners_[fd] = &where;
   return port_of(fd);
 }
 
@@ -111,7 +84,7 @@ void tcp_server::run(int stop) {
 
 void tcp_server::handle(int fd, std::uint32_t events) {
   const auto from = listeners_.find(fd);
-  if (from != listeners_.end()) return accept_clients(from->second);
+  if (from != listeners_.end()) return accept_clients(fd, *from->second);
   const auto who = clients_.find(fd);
   if (who != clients_.end() && !serve(who->second, events)) drop(fd);
 }
@@ -135,12 +108,12 @@ void tcp_server::release_held() {
   }
 }
 
-void tcp_server::accept_clients(const listener& from) {
+void tcp_server::accept_clients(int listener, const station& where) {
   // A flood of connections does not keep the others waiting.
   for (int most = 64; most > 0; --most) {
-    const int fd = ::accept4(from.socket->m_sock, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
+    const int fd = ::accept4(listener, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
     if (fd < 0) return;
-    admit(fd, *from.where);
+    admit(fd, where);
   }
 }
 
@@ -148,7 +121,7 @@ void tcp_server::admit(int fd, const station& where) {
   if (clients_.size() >= settings_.most_clients) {
     ::close(fd);
     if (!std::exchange(has_told_of_crowd_, true)) {
-      complain("more than %zu clients; see --max-clients", settings_.most_clients);
+      told_.tell_crowd(settings_.most_clients);
     }
     return;
   }

@@ -8,9 +8,9 @@
 #include <unordered_map>
 #include <vector>
 
+#include "journal.h"
 #include "register_image.h"
 #include "responder.h"
-#include "ruvex/socket/record.h"
 
 namespace ruvex {
 
@@ -23,13 +23,13 @@ struct tcp_settings {
 // bounded; while its answers are not taken, nothing more is read from it.
 class tcp_server {
  public:
-  tcp_server(responder& answers, const tcp_settings& settings);
+  tcp_server(responder& answers, journal& told, const tcp_settings& settings);
   ~tcp_server();
   tcp_server(const tcp_server&) = delete;
   tcp_server& operator=(const tcp_server&) = delete;
 
-  // Listens at a dotted address; port 0 is any that is free. `where`, which outlives the server,
-  // answers what comes there. The port; -1 after a message.
+  // Listens at an address as listen_at does. `where`, which outlives the server, answers what comes
+  // there. The port; -1 after a message.
   int listen(const std::string& address, int port, const station& where);
 
   // Serves until `stop` can be read, or the first client has gone where that ends it.
@@ -48,15 +48,11 @@ class tcp_server {
     std::uint32_t interest;         // the events that are waited for
     std::int64_t held_until;        // when an answer that is late may go; 0: none is
   };
-  struct listener {
-    socket_ptr socket;
-    const station* where;
-  };
 
   void handle(int fd, std::uint32_t events);
   int next_wait() const noexcept;
   void release_held();
-  void accept_clients(const listener& from);
+  void accept_clients(int listener, const station& where);
   void admit(int fd, const station& where);
   bool serve(client& who, std::uint32_t events);
   bool go_on(client& who);
@@ -68,9 +64,10 @@ class tcp_server {
   void drop(int fd);
 
   responder& answers_;
+  journal& told_;
   const tcp_settings settings_;
   int epoll_;
-  std::map<int, listener> listeners_;
+  std::map<int, const station*> listeners_;  // by their descriptors
   std::unordered_map<int, client> clients_;
   std::multimap<std::int64_t, int> held_;  // clients whose answers wait, by the time that ends it
   std::uint64_t client_count_ = 0;
