@@ -1,5 +1,6 @@
 #include "listening.h"
 
+#include <fcntl.h>
 #include <netdb.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -10,6 +11,9 @@
 #include <memory>
 
 #include "command.h"
+#include "ruvex/socket/bind.h"
+#include "ruvex/socket/options.h"
+#include "ruvex/socket/record.h"
 #include "text/texts.h"
 
 namespace ruvex {
@@ -18,42 +22,46 @@ namespace {
 // So that those who connect all at once are not turned away.
 constexpr int waiting_connections = 1024;
 
+// A descriptor of its own, since the record closes that of the socket.
+int listen_ipv4(const std::string& address, int port) noexcept {
+  const socket_ptr socket(CreateAfInetServer(SOCK_STREAM, address.c_str(), port));
+  const bool is_listening = socket != nullptr && sktSetNonblocking(socket.get(), 1) == 0 &&
+                            ::listen(socket->m_sock, waiting_connections) == 0;
+  return is_listening ? ::fcntl(socket->m_sock, F_DUPFD_CLOEXEC, 0) : -1;
+}
+
 struct addresses_free {
   void operator()(addrinfo* list) const noexcept { ::freeaddrinfo(list); }
 };
 using numeric_address = std::unique_ptr<addrinfo, addresses_free>;
 
-// Null after a message.
-numeric_address address_of(const std::string& text, int port) {
+numeric_address ipv6_address(const std::string& text, int port) {
   addrinfo wanted = {};
   wanted.ai_flags = AI_NUMERICHOST | AI_NUMERICSERV;
+  wanted.ai_family = AF_INET6;
   wanted.ai_socktype = SOCK_STREAM;
   addrinfo* found = nullptr;
   const std::string service = message(port);
-  if (::getaddrinfo(text.c_str(), service.c_str(), &wanted, &found) != 0) {
-    complain("%s is no IP address", text.c_str());
-    return nullptr;
-  }
-  return numeric_address(found);
-}
-
-void set_up_listener(int fd, int family) noexcept {
-  const int on = 1;
-  const int off = 0;
-  ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-  if (family == AF_INET6) ::setsockopt(fd, IPPROTO_IPV6, IPV6_V6ONLY, &off, sizeof off);
+  const int failure = ::getaddrinfo(text.c_str(), service.c_str(), &wanted, &found);
+  if (failure != 0) complain("%s: %s", text.c_str(), ::gai_strerror(failure));
+  return numeric_address(failure == 0 ? found : nullptr);
 }
 
 // The step that has failed; null where none has.
 const char* bind_and_listen(int fd, const addrinfo& address) noexcept {
+  const int on = 1;
+  const int off = 0;
+  ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+  ::setsockopt(fd, IPPROTO_IPV6, IPV6_V6ONLY, &off, sizeof off);
   if (::bind(fd, address.ai_addr, address.ai_addrlen) != 0) return "bind()";
   return ::listen(fd, waiting_connections) == 0 ? nullptr : "listen()";
 }
 
-int listen_at(const addrinfo& address) noexcept {
-  const int fd = ::socket(address.ai_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-  if (fd >= 0) set_up_listener(fd, address.ai_family);
-  const char* const failed_step = fd < 0 ? "socket()" : bind_and_listen(fd, address);
+int listen_ipv6(const std::string& text, int port) {
+  const numeric_address address = ipv6_address(text, port);
+  if (address == nullptr) return -1;
+  const int fd = ::socket(AF_INET6, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+  const char* const failed_step = fd < 0 ? "socket()" : bind_and_listen(fd, *address);
   if (failed_step == nullptr) return fd;
   std::perror(failed_step);
   if (fd >= 0) ::close(fd);
@@ -88,8 +96,8 @@ connection_end end_of(int fd, naming_call name_end) {
 }  // namespace
 
 int listen_at(const std::string& address, int port) {
-  const numeric_address numeric = address_of(address, port);
-  const int fd = numeric != nullptr ? listen_at(*numeric) : -1;
+  const bool is_ipv6 = address.find(':') != std::string::npos;
+  const int fd = is_ipv6 ? listen_ipv6(address, port) : listen_ipv4(address, port);
   if (fd < 0) complain("cannot listen on %s", place_text(address, port).c_str());
   return fd;
 }
