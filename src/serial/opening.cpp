@@ -40,11 +40,14 @@ bool open_descriptor(ser_port& port) noexcept {
   return true;
 }
 
-bool apply_settings(ser_port& port, std::int32_t timeout) noexcept {
+bool try_settings(ser_port& port, std::int32_t timeout) noexcept {
   port.tio.c_cc[VMIN] = timeout == 0 ? 1 : 0;
   port.tio.c_cc[VTIME] = static_cast<cc_t>(timeout);
   tcflush(port.fd, TCIFLUSH);
-  if (tcsetattr(port.fd, TCSANOW, &port.tio) == 0) return true;
+  return tcsetattr(port.fd, TCSANOW, &port.tio) == 0;
+}
+
+bool refuse_settings(const ser_port& port) noexcept {
   std::perror("serOpen:tcsetattr():");
   tcsetattr(port.fd, TCSANOW, &port.tio_saved);
   return false;

@@ -29,8 +29,11 @@ unfinished_port allocate_port(speed_t speed) noexcept;
 // Opens `dev_name`. On failure give_up closes what is open.
 bool open_descriptor(ser_port& port) noexcept;
 
-// Adds the time-out to `tio`, discards unread input and applies `tio`. On failure the line has
-// `tio_saved` again.
-bool apply_settings(ser_port& port, std::int32_t timeout) noexcept;
+// Adds the time-out to `tio`, discards unread input and applies `tio`. False, with `errno` and
+// without a report, when the system refuses `tio`.
+bool try_settings(ser_port& port, std::int32_t timeout) noexcept;
+
+// Reports the refusal that `errno` tells, and puts `tio_saved` back. Always false.
+bool refuse_settings(const ser_port& port) noexcept;
 
 }  // namespace ruvex

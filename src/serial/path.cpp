@@ -65,6 +65,12 @@ bool is_pseudo_terminal(int fd) {
          number < UNIX98_PTY_SLAVE_MAJOR + UNIX98_PTY_MAJOR_COUNT;
 }
 
+// Where the line already has all that the driver takes, some systems' tcsetattr fails with EINVAL,
+// as nothing has changed. A pseudo-terminal never takes parity, so it is soon left like that.
+bool may_have_settings(const ser_port& port) {
+  return errno == EINVAL && is_pseudo_terminal(port.fd);
+}
+
 // tcsetattr succeeds as soon as the driver has taken anything.
 bool took_all(const ser_port& port, const ser_format& format) {
   termios line = {};
@@ -87,7 +93,10 @@ ser_port* serOpenPath(const char* path, const ser_format& format, std::int32_t t
   if (!read_settings(*port, port->tio_saved)) return nullptr;
   port->index = no_number;
   port->tio = wanted;
-  if (!apply_settings(*port, timeout)) return nullptr;
+  if (!try_settings(*port, timeout) && !may_have_settings(*port)) {
+    refuse_settings(*port);
+    return nullptr;
+  }
   if (took_all(*port, format)) return port.release();
   tcsetattr(port->fd, TCSANOW, &port->tio_saved);
   return nullptr;

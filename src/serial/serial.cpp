@@ -60,7 +60,8 @@ bool name_device(ser_port& port, std::int32_t number) {
 }
 
 ser_port* finish(unfinished_port port, std::int32_t timeout) {
-  return apply_settings(*port, timeout) ? port.release() : nullptr;
+  const bool is_set = try_settings(*port, timeout) || refuse_settings(*port);
+  return is_set ? port.release() : nullptr;
 }
 
 ser_port* open_console(std::int32_t baud, std::int32_t timeout) {

@@ -371,6 +371,11 @@ TEST_F(Line, SettingsTakenInPartAreRefused) {
   }
 }
 
+TEST_F(Line, AnotherMayHaveLeftItAsItIsWanted) {
+  const ser_port_ptr other(serOpenPath(path.c_str(), {}, 0));
+  EXPECT_NE(ser_port_ptr(serOpenPath(path.c_str(), {}, 0)), nullptr);
+}
+
 TEST_F(Line, DroppedInputDoesNotComeLater) {
   const ser_port_ptr port(serOpenPath(path.c_str(), {}, 1));
   EXPECT_EQ(::write(far, "late", 4), 4);
