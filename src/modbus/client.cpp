@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
-#include <limits>
 
 #include "answer.h"
 #include "conversion.h"
+#include "line_time.h"
 #include "rtu.h"
 #include "ruvex/modbus/frame.h"
 #include "ruvex/modbus/master.h"
@@ -16,25 +16,9 @@ namespace ruvex {
 namespace {
 
 constexpr std::uint8_t broadcast_unit = 0;
-// Devices act on a broadcast without an answer that tells when they are ready again; "MODBUS over
-// Serial Line V1.02", section 2.4.1, has 100 to 200 ms.
-constexpr std::int64_t turnaround_ms = 100;
-// Adapters hand on what they receive in portions, up to 16 ms apart.
-constexpr std::int64_t portions_ms = 20;
 
 bool is_serial(const mod_client& client) noexcept {
   return client.ctx.protocol != MOD_TCP;
-}
-
-// The time that characters take on the line: 11 bits each, rounded up.
-std::int64_t time_of(const mod_client& client, std::int64_t characters) noexcept {
-  const std::int32_t baud = client.line.baud;
-  return baud > 0 ? (characters * 11 * 1000 + baud - 1) / baud : 0;
-}
-
-// After so long without a byte, no more bytes of a frame come.
-std::int64_t gap_ms(const mod_client& client) noexcept {
-  return portions_ms + time_of(client, 4);
 }
 
 // The time of an answer's frame; of the longest one where its length is open.
@@ -43,26 +27,6 @@ std::int64_t answer_ms(const mod_client& client, const wanted_answer& wanted) no
   const std::int32_t digits = client.ctx.protocol == MOD_ASCII ? 2 : 1;
   return time_of(client,
                  wanted.length != 0 ? digits * wanted.length + most_overhead : mod_buffer_size);
-}
-
-// The silence between two frames: 3.5 characters, and never less than 1.75 ms ("MODBUS over Serial
-// Line V1.02", section 2.5.1.1).
-std::int64_t silence_ms(const mod_client& client) noexcept {
-  const bool has_silence = client.ctx.protocol == MOD_RTU && client.line.baud > 0;
-  return has_silence ? std::max<std::int64_t>(time_of(client, 7) / 2 + 1, 2) : 0;
-}
-
-void be_quiet(mod_client& client, std::int64_t until) noexcept {
-  client.quiet_until = std::max(client.quiet_until, until);
-}
-
-std::int32_t receive_some(mod_client& client, std::uint8_t (&bytes)[mod_buffer_size],
-                          std::int64_t deadline) noexcept {
-  const auto left = static_cast<std::int32_t>(
-      std::clamp<std::int64_t>(deadline - now_ms(), 0, std::numeric_limits<std::int32_t>::max()));
-  const std::int32_t got = mod_lineRecvTimeout(&client.line, bytes, sizeof bytes, left);
-  if (got > 0) be_quiet(client, now_ms() + silence_ms(client));
-  return got;
 }
 
 // Waits for answers that are owed, and drops them.
@@ -88,18 +52,6 @@ void await_owed(mod_client& client) noexcept {
     }
   }
   owed.count = 0;
-}
-
-// Drops what comes until the line has been silent for its time. A line that never is, is not waited
-// for: the answer is looked for among what it says.
-void await_silence(mod_client& client) noexcept {
-  std::uint8_t unwanted[mod_buffer_size];
-  const std::int64_t start = std::max(now_ms(), client.quiet_until);
-  const std::int64_t limit = start + std::max(client.line.timeout_ms, 0) + turnaround_ms;
-  for (std::int64_t now = now_ms(); now < client.quiet_until && now < limit; now = now_ms()) {
-    const std::int32_t got = receive_some(client, unwanted, client.quiet_until);
-    if (got < 0 && client.line.is_closed) return;
-  }
 }
 
 // Makes sure that no answer to an earlier question can be taken for the wanted one.

@@ -23,29 +23,13 @@
 
 #include <cstdint>
 
+#include "ruvex/modbus/client_record.h"
 #include "ruvex/modbus/codes.h"
 #include "ruvex/modbus/context.h"
 #include "ruvex/modbus/line.h"
 #include "ruvex/modbus/message.h"
 
 namespace ruvex {
-
-// How an exchange has ended.
-enum class mod_status : std::uint8_t {
-  ok,
-  refused,    // nothing was sent, since the request is none: `code` tells why
-  timeout,    // nothing came
-  exception,  // the device has refused: `code`
-  corrupt,    // what came is no frame, or its check or its length is wrong
-  stale,      // only answers to other questions came
-  closed,     // there is no connection, or it was closed before the answer
-};
-
-struct mod_outcome {
-  mod_status status;
-  std::uint8_t code;       // with `exception` and `refused`; otherwise 0
-  std::uint16_t requests;  // that were sent, retries included
-};
 
 // "no answer", or the text of an exception (mod_errStr).
 const char* mod_outcomeText(const mod_outcome& outcome) noexcept;
@@ -54,26 +38,6 @@ const char* mod_outcomeText(const mod_outcome& outcome) noexcept;
 inline constexpr std::uint16_t mod_most_coils = 512;
 inline constexpr std::uint16_t mod_most_registers_read = 125;
 inline constexpr std::uint16_t mod_most_registers_written = 123;
-
-struct mod_client {
-  mod_line line;
-  std::uint8_t retries;  // how often a request is repeated that has no right answer
-  std::int32_t late_ms;  // serial lines: how long after its time-out an answer may still come
-  // Requests, retries included, after which only damaged bytes came; a retry may have been
-  // answered.
-  std::uint32_t corrupt_answers;
-
-  // The rest is the client's own.
-  mod_ctx ctx;
-  std::uint16_t last_tid;
-  std::int64_t quiet_until;  // no request goes out before
-  struct {
-    std::uint8_t unit, fcn;  // of the requests whose answers have not come
-    bool is_mixed;           // they are of several units or functions
-    std::int32_t count;
-    std::int64_t until;  // later they do not come any more
-  } owed;
-};
 
 // Sets up a client over a line, which it copies and which is its own from then on. `protocol` is a
 // mod_protocol; RTU over a connection works, too. One retry; `late_ms` is the time-out.

@@ -99,12 +99,14 @@ class poll_run {
             std::chrono::duration_cast<milliseconds>(next - steady::now()).count());
       }
       if (out.has_failed() || is_interrupted()) break;
-      unprinted = poll_once(round == 0, print_last);
+      poll_round polled = poll_once(round == 0, print_last);
+      print_last();  // a short round has left no time for it
+      unprinted = std::move(polled);
     }
     print_last();
   }
 
-  // Polls once, and calls `act` meanwhile.
+  // Polls once, and calls `act` meanwhile where there is time.
   poll_round poll_once(bool is_first, const std::function<void()>& act) {
     const std::size_t places = rows_.empty() ? 0 : rows_.back().number + 1;
     poll_round round = {is_first, floor<std::chrono::seconds>(std::chrono::system_clock::now()),
