@@ -26,7 +26,7 @@ std::vector<std::string_view> data_types() {
   return texts;
 }
 
-text_kind kind_of(const chk_row* table) noexcept {
+text_kind text_kind_of(const chk_row* table) noexcept {
   if (table == chk_bac_type) return text_kind::object_type;
   return table == chk_bac_units ? text_kind::units : text_kind::other;
 }
@@ -90,7 +90,7 @@ known_texts& known_units() {
 known_texts& known_of(const chk_row* table) {
   static std::unordered_map<const chk_row*, known_texts> all;
   if (const auto found = all.find(table); found != all.end()) return found->second;
-  return all.try_emplace(table, kind_of(table), texts_of(table)).first->second;
+  return all.try_emplace(table, text_kind_of(table), texts_of(table)).first->second;
 }
 
 }  // namespace ruvex
