@@ -257,8 +257,9 @@ The output:
 
 The units of the serial line are asked one after the other; each host has a
 connection of its own, and all are asked at the same time. A unit that does not
-answer is asked once. Where a device refuses a request, its points are asked
-for in halves until those that it refuses are known.
+answer to one request and its retries is not asked for more. Where a device
+refuses a request, its points are asked for in halves until those that it
+refuses are known.
 
 On a terminal the table fits its width: unit, reference and name come first,
 long texts end with an ellipsis, and the columns that do not fit are left out.
