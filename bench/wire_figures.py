@@ -90,12 +90,14 @@ class _Wire:
         one = self.points("one_host", [(f"{HOSTS[0]}/1", address) for address in range(POINTS)])
         four = self.points("four_hosts", [(f"{host}/1", address) for host in HOSTS
                                           for address in range(POINTS // len(HOSTS))])
-        for hosts, points, least, options in (
-                ("one host", one, 0.8, ()), ("four hosts", four, 1, ("--units-by=address",))):
+        late = [f"--fault={host}/1=delay:1" for host in HOSTS]
+        for hosts, points, least, count, options in (
+                ("one host", one, 0.8, 100, ()),
+                ("four hosts", four, 1, 100, ["--units-by=address"]),
+                ("four hosts that take 1 ms", four, 2.5, 5, ["--units-by=address", *late])):
             self.bench.progress(f"polling {POINTS:,} points of {hosts}")
             with self.serving_points(points, *options) as (_, port):
                 blocks = self.blocks(points, port)
-                count = 100
                 own = self.poll(points, port, f"--count={count}", "--interval=0")
                 turns = self.turns(own, *([peers, job, blocks, str(count)]
                                           for job in ("read", "print")))
