@@ -56,29 +56,29 @@ class Libmodbus:
     first_error = 112345678  # of those that it has in common with exceptions
 
     def __init__(self, where):
-        self.library = ctypes.CDLL("libmodbus.so.5", use_errno=True)
-        self.library.modbus_new_tcp.restype = self.library.modbus_new_rtu.restype = ctypes.c_void_p
+        self.calls = ctypes.CDLL("libmodbus.so.5", use_errno=True)
+        self.calls.modbus_new_tcp.restype = self.calls.modbus_new_rtu.restype = ctypes.c_void_p
         self.client = ctypes.c_void_p(
-            self.library.modbus_new_tcp(b"127.0.0.1", int(where)) if where.isdigit() else
-            self.library.modbus_new_rtu(where.encode(), 19200, ctypes.c_char(b"E"), 8, 1))
+            self.calls.modbus_new_tcp(b"127.0.0.1", int(where)) if where.isdigit() else
+            self.calls.modbus_new_rtu(where.encode(), 19200, ctypes.c_char(b"E"), 8, 1))
         self.wait(LONG)
-        if self.library.modbus_connect(self.client) != 0:
+        if self.calls.modbus_connect(self.client) != 0:
             sys.exit("no connection")
 
     def wait(self, seconds):
-        self.library.modbus_set_response_timeout(
+        self.calls.modbus_set_response_timeout(
             self.client, int(seconds), int(seconds % 1 * 1000000))
 
     def ask(self, code, unit, address, wanted):
         name = {1: "read_bits", 2: "read_input_bits", 3: "read_registers",
                 4: "read_input_registers", 5: "write_bit", 6: "write_register",
                 15: "write_bits", 16: "write_registers"}[code]
-        self.library.modbus_set_slave(self.client, unit)
+        self.calls.modbus_set_slave(self.client, unit)
         count = wanted if code < 5 else len(wanted)
         element = ctypes.c_uint8 if code in (1, 2, 15) else ctypes.c_uint16
         data = (element * count)(*(wanted if code > 4 else ()))
         operands = (int(wanted[0]),) if code in (5, 6) else (count, data)
-        result = getattr(self.library, "modbus_" + name)(self.client, address, *operands)
+        result = getattr(self.calls, "modbus_" + name)(self.client, address, *operands)
         if result != count:
             error = ctypes.get_errno() - self.first_error
             return f"exception {error}" if error > 0 else "no answer"

@@ -79,19 +79,19 @@ class Mapping(ctypes.Structure):
 
 class Libmodbus:
     def __init__(self):
-        self.library = ctypes.CDLL("libmodbus.so.5")
+        self.calls = ctypes.CDLL("libmodbus.so.5")
         for name in ("modbus_new_tcp", "modbus_new_rtu"):
-            getattr(self.library, name).restype = ctypes.c_void_p
-        self.library.modbus_mapping_new.restype = ctypes.POINTER(Mapping)
+            getattr(self.calls, name).restype = ctypes.c_void_p
+        self.calls.modbus_mapping_new.restype = ctypes.POINTER(Mapping)
         self.mappings = {}
         for unit, found in units().items():
-            mapping = self.mappings[unit] = self.library.modbus_mapping_new(SIZE, SIZE, SIZE, SIZE)
+            mapping = self.mappings[unit] = self.calls.modbus_mapping_new(SIZE, SIZE, SIZE, SIZE)
             for key in tables:
                 for at, value in enumerate(found[key]):
                     getattr(mapping.contents, key)[at] = value
 
     def call(self, name, *operands):
-        result = getattr(self.library, name)(self.context, *operands)
+        result = getattr(self.calls, name)(self.context, *operands)
         if result < 0:
             sys.exit(f"{name} has failed")
         return result
@@ -99,23 +99,23 @@ class Libmodbus:
     def answer_all(self):
         query = (ctypes.c_uint8 * 260)()
         head = self.call("modbus_get_header_length")
-        while (length := self.library.modbus_receive(self.context, query)) >= 0:
+        while (length := self.calls.modbus_receive(self.context, query)) >= 0:
             if length > 0:
                 note(query[head])
                 self.call("modbus_reply", query, length, self.mappings[query[head - 1]])
 
     def serve_tcp(self):
-        self.context = ctypes.c_void_p(self.library.modbus_new_tcp(b"127.0.0.1", 0))
+        self.context = ctypes.c_void_p(self.calls.modbus_new_tcp(b"127.0.0.1", 0))
         listener = ctypes.c_int(self.call("modbus_tcp_listen", 1))
         address, size = (ctypes.c_uint8 * 16)(), ctypes.c_int(16)
-        self.library.getsockname(listener, address, ctypes.byref(size))
+        self.calls.getsockname(listener, address, ctypes.byref(size))
         listens_on("127.0.0.1:%d" % (address[2] << 8 | address[3]))
         while True:
             self.call("modbus_tcp_accept", ctypes.byref(listener))
             self.answer_all()
 
     def serve_line(self, device, unit):
-        self.context = ctypes.c_void_p(self.library.modbus_new_rtu(
+        self.context = ctypes.c_void_p(self.calls.modbus_new_rtu(
             device.encode(), 19200, ctypes.c_char(b"E"), 8, 1))
         self.call("modbus_set_slave", int(unit))
         self.call("modbus_connect")
