@@ -30,13 +30,18 @@
 namespace ruvex {
 namespace {
 
-// A descriptor that can be read once the program is to end. The threads that are started later
-// leave the signals to it, too.
-int signals_of_end() noexcept {
+sigset_t ending_signals() noexcept {
   sigset_t signals;
   sigemptyset(&signals);
   sigaddset(&signals, SIGINT);
   sigaddset(&signals, SIGTERM);
+  return signals;
+}
+
+// A descriptor that can be read once the program is to end. The threads that are started later
+// leave the signals to it, too.
+int signals_of_end() noexcept {
+  const sigset_t signals = ending_signals();
   ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
   return ::signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
 }
@@ -46,10 +51,7 @@ int signals_of_end() noexcept {
 void restore_signals(int signals_fd) noexcept {
   signalfd_siginfo taken = {};
   while (::read(signals_fd, &taken, sizeof taken) > 0) continue;
-  sigset_t signals;
-  sigemptyset(&signals);
-  sigaddset(&signals, SIGINT);
-  sigaddset(&signals, SIGTERM);
+  const sigset_t signals = ending_signals();
   ::pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
 }
 
