@@ -8,6 +8,7 @@
 #include "output.h"
 #include "text/characters.h"
 #include "text/texts.h"
+#include "version.h"
 
 namespace ruvex {
 namespace {
@@ -55,7 +56,7 @@ int print_help(const command& command) noexcept {
 }
 
 int print_version() noexcept {
-  return print("ruvexctl (ruvex) " RUVEX_VERSION "\n");
+  return print(version_text());
 }
 
 int end_with(int status, int write_error) noexcept {

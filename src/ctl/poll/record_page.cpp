@@ -15,6 +15,7 @@
 #include "poll_columns.h"
 #include "record_style.h"
 #include "ruvex/cfg/tables.h"
+#include "version.h"
 
 namespace ruvex {
 namespace {
@@ -154,7 +155,7 @@ class record_page {
     text_ += "</p>\n<table class=\"facts\"><tbody>\n";
     fact("List", result_.path);
     fact("Begun", time_text(told_.begun));
-    fact("Program", "ruvexctl " RUVEX_VERSION);
+    fact("Program", message("ruvexctl ", project_version));
     fact("Serial line", line_text(transport));
     fact("Modbus/TCP", message("port ", transport.service));
     const std::string_view retries = transport.retries == 1 ? " retry" : " retries";
