@@ -62,6 +62,14 @@ function(ruvex_module name)
   endif()
 endfunction()
 
+# What has no shared library can stand at any place in memory, too, where the C library has a start
+# for it (not that of 32-bit ARM).
+if(RUVEX_STATIC)
+  include(CheckLinkerFlag)
+  check_linker_flag(CXX -static-pie RUVEX_HAS_STATIC_PIE)
+  set(static_option $<IF:$<BOOL:${RUVEX_HAS_STATIC_PIE}>,-static-pie,-static>)
+endif()
+
 # ruvex_program(NAME SOURCES... USES MODULE...): a program, installed with the rest.
 function(ruvex_program name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "USES")
@@ -72,7 +80,10 @@ function(ruvex_program name)
     target_link_libraries(${name} PRIVATE ruvex_${used})
   endforeach()
   if(RUVEX_STATIC)
-    target_link_options(${name} PRIVATE -static)
+    set_target_properties(${name} PROPERTIES
+      POSITION_INDEPENDENT_CODE "${RUVEX_HAS_STATIC_PIE}")
+    target_link_options(${name} PRIVATE ${static_option})
+    target_compile_definitions(${name} PRIVATE RUVEX_STATIC)
   elseif(NOT RUVEX_SANITIZE)
     # No shared C++ runtime: most of a short run would be spent in loading it.
     target_link_options(${name} PRIVATE -static-libstdc++ -static-libgcc)

@@ -8,6 +8,9 @@
 #include <new>
 #include <string>
 #include <string_view>
+#if defined(RUVEX_STATIC) && defined(__GLIBC__)
+#include <nss.h>
+#endif
 
 #include "command.h"
 #include "text/texts.h"
@@ -78,10 +81,19 @@ int run_main(int argc, char** argv) {
   std::_Exit(ctl_trouble);
 }
 
+// A static program knows the usual ways to a host's name itself. Any other would be loaded from a C
+// library of the machine's, with which it may not agree.
+void keep_to_own_lookups() {
+#if defined(RUVEX_STATIC) && defined(__GLIBC__)
+  ::__nss_configure_lookup("hosts", "files dns");
+#endif
+}
+
 }  // namespace
 }  // namespace ruvex
 
 int main(int argc, char** argv) {
+  ruvex::keep_to_own_lookups();
   std::set_new_handler(ruvex::end_without_memory);
   std::signal(SIGPIPE, SIG_IGN);  // a reader that goes away is a failed write like any other
   return ruvex::run_main(argc, argv);
