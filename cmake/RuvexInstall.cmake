@@ -1,5 +1,6 @@
-# cmake --install: of the component Runtime the programs, their manual pages and completions; of
-# Development the archives, headers, CMake package, pkg-config file and guides.
+# cmake --install: of the component Runtime the programs, their manual pages, completions and example
+# lists; of Development the archives, headers, CMake package, pkg-config file, guides and their
+# programs.
 
 include(CMakePackageConfigHelpers)
 
@@ -41,3 +42,7 @@ install(FILES ${PROJECT_SOURCE_DIR}/completions/ruvexctl.fish
         DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT Runtime)
 file(GLOB guides ${PROJECT_SOURCE_DIR}/docs/*.md)
 install(FILES ${guides} DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT Development)
+file(GLOB lists ${PROJECT_SOURCE_DIR}/examples/*.csv ${PROJECT_SOURCE_DIR}/examples/*.xml)
+install(FILES ${lists} DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT Runtime)
+file(GLOB programs ${PROJECT_SOURCE_DIR}/examples/*.cpp)
+install(FILES ${programs} DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT Development)
