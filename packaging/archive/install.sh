@@ -37,6 +37,16 @@ make_folder() { # below PREFIX
 }
 for file in $files; do make_folder "${file%/*}"; done
 
+# From here on everything that is, or will be, below PREFIX is in the list: what ends half-way can be
+# done again, or removed.
+new_list=$prefix/$list.new
+trap 'rm -f "$new_list" "$prefix/$file.new"' EXIT
+{
+  printf '%s\n' $files $made
+  [ ! -f "$prefix/$list" ] || cat "$prefix/$list"
+} | sort -u >"$new_list"
+mv -f "$new_list" "$prefix/$list"
+
 # A file is replaced whole: a program that runs goes on with its own.
 for file in $files; do
   cp "$file" "$prefix/$file.new"
@@ -44,12 +54,9 @@ for file in $files; do
   mv -f "$prefix/$file.new" "$prefix/$file"
 done
 
-{
-  printf '%s\n' $files $made
-  if [ -f "$prefix/$list" ]; then grep '/$' "$prefix/$list" || true; fi
-} | sort -u >"$prefix/$list.new"
-if [ -f "$prefix/$list" ]; then # what an earlier version had, and this one has not
-  grep -vxF -f "$prefix/$list.new" "$prefix/$list" | while IFS= read -r file; do rm -f "$prefix/$file"; done
-fi
-mv -f "$prefix/$list.new" "$prefix/$list"
+# What an earlier version had and this one has not goes.
+{ printf '%s\n' $files && grep '/$' "$prefix/$list" || true; } | sort -u >"$new_list"
+grep -vxF -f "$new_list" "$prefix/$list" | while IFS= read -r file; do rm -f "$prefix/$file"; done
+chmod 644 "$new_list"
+mv -f "$new_list" "$prefix/$list"
 echo "installed below $prefix; $prefix/share/ruvex/uninstall.sh removes it"
