@@ -7,7 +7,8 @@ namespace ruvex {
 register_place place_of(std::string_view reference) noexcept {
   constexpr std::int64_t largest_number = 65536;
   const register_place nowhere = {classify_reference(reference), -1};
-  if (!is_digits(reference) || (reference.size() != 5 && reference.size() != 6)) return nowhere;
+  if (nowhere.table == register_class::illegal || !is_digits(reference)) return nowhere;
+  if (reference.size() != 5 && reference.size() != 6) return nowhere;
   reference.remove_prefix(1);
   const std::int64_t number = decimal_prefix(reference);
   if (number > largest_number) return nowhere;
