@@ -52,3 +52,16 @@ configure() { # PRESET OPTION...: a folder whose sources were elsewhere is begun
   fi
   cmake --preset "$@"
 }
+
+preset() { # NAME: configures, builds, tests
+  echo "== $1"
+  case $1 in
+    clang) need clang-14 libclang-rt-14-dev ;;
+    armhf) need g++-arm-linux-gnueabihf qemu-user ;;
+    arm64) need g++-aarch64-linux-gnu qemu-user ;;
+    s390x) need g++-s390x-linux-gnu qemu-user ;;
+  esac
+  configure "$1" >"build/$1.log" 2>&1 || { cat "build/$1.log"; return 1; }
+  cmake --build --preset "$1" >"build/$1.log" 2>&1 || { tail -n 60 "build/$1.log"; return 1; }
+  ctest --preset "$1" -j "$(nproc)"
+}

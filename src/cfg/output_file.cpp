@@ -2,10 +2,12 @@
 
 #include <fcntl.h>
 #include <linux/magic.h>
+#include <sys/syscall.h>
 #include <sys/vfs.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <ctime>
 #include <string_view>
@@ -66,10 +68,19 @@ int open_folder(std::string_view path) noexcept {
   return ::open(folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
 }
 
+// The record of the system call statx, which not every C library declares.
+struct file_attributes {
+  std::uint32_t mask;
+  std::uint32_t block_size;
+  std::uint64_t attributes;
+  std::uint64_t others[30];
+};
+
 bool is_mounted(int folder, const char* name) noexcept {
-  struct statx status;
-  return ::statx(folder, name, AT_SYMLINK_NOFOLLOW, 0, &status) == 0 &&
-         (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+  constexpr std::uint64_t mount_root = 0x2000;
+  file_attributes status;
+  return ::syscall(SYS_statx, folder, name, AT_SYMLINK_NOFOLLOW, 0, &status) == 0 &&
+         (status.attributes & mount_root) != 0;
 }
 
 // Whether another file can take its place. One that may not be written may not be replaced either.

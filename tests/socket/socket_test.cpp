@@ -13,9 +13,9 @@ static unsigned long refused_request = 0;
 constexpr int refused_broadcast = 99;
 
 extern "C" {
-decltype(::setsockopt) real_setsockopt asm("__real_" RUVEX_SETSOCKOPT);
-decltype(::setsockopt) wrap_setsockopt asm("__wrap_" RUVEX_SETSOCKOPT);
-int wrap_setsockopt(int fd, int level, int option, const void* value, socklen_t size) noexcept {
+int real_setsockopt(int, int, int, const void*, socklen_t) asm("__real_" RUVEX_SETSOCKOPT);
+int wrap_setsockopt(int, int, int, const void*, socklen_t) asm("__wrap_" RUVEX_SETSOCKOPT);
+int wrap_setsockopt(int fd, int level, int option, const void* value, socklen_t size) {
   if (option == SO_BROADCAST && *static_cast<const int*>(value) == refused_broadcast)
     return errno = EPERM, -1;
   return real_setsockopt(fd, level, option, value, size);

@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstddef>
+#include <utility>
 
 namespace ruvex {
 
@@ -31,6 +32,15 @@ inline bool fails(const char* function) {
   return true;
 }
 
+// Within a C library, one allocation function may call another. The program has called one.
+template <class Allocate>
+void* unwatched(Allocate allocate) {
+  const bool was_watching = std::exchange(watching, false);
+  void* const block = allocate();
+  watching = was_watching;
+  return block;
+}
+
 inline void* counted(void* block) {
   if (watching && block != nullptr) ++live_blocks;
   return block;
@@ -51,14 +61,17 @@ void* __wrap_malloc(std::size_t size) {
   return fails("malloc") ? nullptr : counted(__real_malloc(size));
 }
 void* __wrap_calloc(std::size_t count, std::size_t size) {
-  return fails("calloc") ? nullptr : counted(__real_calloc(count, size));
+  if (fails("calloc")) return nullptr;
+  return counted(unwatched([&] { return __real_calloc(count, size); }));
 }
 void* __wrap_realloc(void* block, std::size_t size) {
   if (fails("realloc")) return nullptr;
-  return block == nullptr ? counted(__real_realloc(block, size)) : __real_realloc(block, size);
+  void* const resized = unwatched([&] { return __real_realloc(block, size); });
+  return block == nullptr ? counted(resized) : resized;
 }
 void* __wrap_aligned_alloc(std::size_t alignment, std::size_t size) {
-  return fails("aligned_alloc") ? nullptr : counted(__real_aligned_alloc(alignment, size));
+  if (fails("aligned_alloc")) return nullptr;
+  return counted(unwatched([&] { return __real_aligned_alloc(alignment, size); }));
 }
 void __wrap_free(void* block) {
   if (watching && block != nullptr) --live_blocks;
