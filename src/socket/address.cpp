@@ -22,7 +22,7 @@ in_addr_t inet_address(const sockaddr& address) noexcept {
 }
 
 // One request about an interface; -1 and reported when it fails.
-int ask(int fd, int request, const char* ifname, ifreq& answer, const char* label) noexcept {
+int ask(int fd, unsigned request, const char* ifname, ifreq& answer, const char* label) noexcept {
   if (!store(answer.ifr_name, sizeof answer.ifr_name, ifname)) return -1;
   return ::ioctl(fd, request, &answer) == 0 ? 0 : failed(label);
 }
