@@ -77,7 +77,7 @@ struct file_attributes {
 };
 
 bool is_mounted(int folder, const char* name) noexcept {
-  constexpr std::uint64_t mount_root = 0x2000;
+  constexpr std::uint64_t mount_root = 0x2000;  // STATX_ATTR_MOUNT_ROOT of linux/stat.h
   file_attributes status;
   return ::syscall(SYS_statx, folder, name, AT_SYMLINK_NOFOLLOW, 0, &status) == 0 &&
          (status.attributes & mount_root) != 0;
