@@ -38,6 +38,12 @@ need_programs() { # PACKAGE...: without Debian's packages, what a build needs of
   [ -z "$missing" ] || { echo "missing:$missing; this is no Debian, install them by hand" >&2; return 1; }
 }
 
+project_version() { sed -n 's/^project(ruvex VERSION \([0-9.]*\) .*/\1/p' CMakeLists.txt; }
+
+logged() { # COMMAND...: what it prints, which goes to a file in $scratch, is shown if it fails
+  "$@" >"$scratch/log" 2>&1 || { tail -n 60 "$scratch/log" >&2; echo "$0: failed: $*" >&2; exit 1; }
+}
+
 prepare_build() { # makes build/, which holds logs, too
   mkdir -p build 2>/dev/null && [ -w build ] || {
     echo "$PWD/build cannot be written to; $PWD belongs to $(stat -c %U .)" >&2
