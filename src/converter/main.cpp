@@ -70,6 +70,7 @@ exit_status convert(const char* csv_path, const char* xml_path) {
 int main(int argc, char** argv) {
   using namespace ruvex;
   open_standard_streams();
+  ignore_signals_of_writes();  // some C libraries write the first line at once
   SysLogP(LOG_PRIORITY_NOTICE, "%s : %s : %s\n", revision_string, RUVEX_BUILD_DATE,
           RUVEX_BUILD_TIME);
   if (argc != 3 && argc != 4) {

@@ -11,10 +11,6 @@ signal_disposition old_handler_SIGINT = SIG_DFL;
 
 namespace {
 
-// Signals that a failing write raises. Ignored, they leave a result that can be reported. They stay
-// so to the end of the process, since its last messages leave in its exit.
-constexpr int ignored_signals[] = {SIGPIPE, SIGXFSZ};
-
 // One flag for each kind, and one above them that a quiet step looks at.
 volatile std::sig_atomic_t any_arrived = 0;
 volatile std::sig_atomic_t sigint_arrived = 0;
@@ -40,10 +36,14 @@ void signal_handler(int signal_number) {
   any_arrived = 1;
 }
 
+void ignore_signals_of_writes() {
+  std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN);
+}
+
 void install_signal_handlers() {
   old_handler_SIGTERM = std::signal(SIGTERM, signal_handler);
   old_handler_SIGINT = std::signal(SIGINT, signal_handler);
-  for (const int number : ignored_signals) std::signal(number, SIG_IGN);
 }
 
 void log_signals() {

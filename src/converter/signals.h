@@ -13,9 +13,12 @@ extern signal_disposition old_handler_SIGINT;
 // Remembers that the signal arrived. It may run at any time.
 void signal_handler(int signal_number);
 
+// SIGPIPE and SIGXFSZ are ignored from here on, to the end of the process: a reader that goes away
+// and a file that may not grow are failed writes like any other.
+void ignore_signals_of_writes();
+
 // Installs signal_handler for SIGTERM, then for SIGINT, and saves what was there. Interrupted
-// system calls are resumed. SIGPIPE and SIGXFSZ are ignored from here on, so that a reader that
-// goes away and a file that may not grow are failed writes like any other.
+// system calls are resumed.
 void install_signal_handlers();
 
 // Logs, at NOTICE, a line for each kind of signal that has arrived since the last call.

@@ -23,6 +23,7 @@ TEST(Signals, DispositionsAreSavedAndPutBackAtTheExit) {
   std::signal(SIGTERM, earlier_handler);
   std::signal(SIGINT, SIG_IGN);
   install_signal_handlers();
+  ignore_signals_of_writes();
   for (const int number : {SIGTERM, SIGINT, SIGTERM, SIGINT}) {
     struct sigaction action;
     ASSERT_EQ(::sigaction(number, nullptr, &action), 0);

@@ -236,6 +236,7 @@ TEST_F(FailureTest, LostStandardStreamsCostNothing) {
   for (const preparation& prepare : {preparation(fill_stdout), preparation(break_stdout)}) {
     EXPECT_EQ(convert(point_line(), prepare), (outcome{0, "", ""}));
     EXPECT_EQ(read("out.xml"), expected);
+    EXPECT_EQ(run({}, prepare), (outcome{1, "", ""}));
   }
 }
 
