@@ -10,6 +10,7 @@
 #include "field_rules.h"
 #include "gtest/gtest.h"
 #include "ruvex/mapping/point_reader.h"
+#include "ruvex/mapping/register_place.h"
 
 namespace ruvex {
 namespace {
@@ -80,6 +81,31 @@ TEST(RegisterClass, FollowsFromTheFirstCharacter) {
     const std::size_t place = std::string_view("0134").find(static_cast<char>(code));
     const char reference[] = {static_cast<char>(code), '1', '\0'};
     EXPECT_EQ(modbus_reg_type(reference), static_cast<int>(place)) << code;  // npos is -1
+  }
+}
+
+TEST(RegisterPlace, IsCountedFromTheFirstRegisterOfItsTable) {
+  struct {
+    std::string_view reference;
+    std::string_view table;
+    int offset;
+  } const cases[] = {
+      // clang-format off
+      {"00001", "coil", 0},             {"10002", "discrete input", 1},
+      {"30010", "input register", 9},   {"49999", "holding register", 9998},
+      {"400001", "holding register", 0}, {"465536", "holding register", 65535},
+      {"40000", "holding register", -1}, {"400000", "holding register", -1},
+      {"465537", "holding register", -1}, {"499999", "holding register", -1},
+      {"4001", "holding register", -1}, {"4000001", "holding register", -1},
+      {"4 001", "holding register", -1}, {"4-001", "holding register", -1},
+      {"4000x", "holding register", -1}, {"4", "holding register", -1},
+      {"20001", "", -1}, {"50001", "", -1}, {"x0001", "", -1}, {"", "", -1},
+      // clang-format on
+  };
+  for (const auto& [reference, table, offset] : cases) {
+    const register_place place = place_of(reference);
+    EXPECT_EQ(table_name(place.table), table) << reference;
+    EXPECT_EQ(place.offset, offset) << reference;
   }
 }
 
