@@ -1,5 +1,8 @@
 // ruvex CsvFilename XmlFilename: a Modbus point mapping becomes a unit configuration.
 
+#include <syslog.h>
+
+#include <cerrno>
 #include <cstdio>
 
 #include "app.h"
@@ -71,6 +74,7 @@ int main(int argc, char** argv) {
   using namespace ruvex;
   open_standard_streams();
   ignore_signals_of_writes();  // some C libraries write the first line at once
+  ::openlog(program_invocation_short_name, 0, LOG_USER);  // not every C library names it by itself
   SysLogP(LOG_PRIORITY_NOTICE, "%s : %s : %s\n", revision_string, RUVEX_BUILD_DATE,
           RUVEX_BUILD_TIME);
   if (argc != 3 && argc != 4) {
