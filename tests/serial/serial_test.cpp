@@ -21,6 +21,7 @@
 
 #include "ruvex/serial/rs485.h"
 #include "support/failing_allocations.h"
+#include "support/system_words.h"
 
 namespace ruvex {
 
@@ -41,6 +42,7 @@ extern "C" int __wrap_fcntl64(int fd, int command, long argument) {
   return static_cast<int>(::syscall(SYS_fcntl, fd, command, argument));
 }
 extern "C" [[gnu::alias("__wrap_fcntl64")]] int __wrap___fcntl_time64(int fd, int command, long);
+extern "C" [[gnu::alias("__wrap_fcntl64")]] int __wrap_fcntl(int fd, int command, long);
 
 // A driver with direction control, which leaves out silently what it does not have.
 static struct {
@@ -147,9 +149,9 @@ TEST_F(Serial, WhatCannotBeOpenedIsSaid) {
   for (const int baud : {230400, 1800, 0, static_cast<int>(B9600)})
     expect_no_port(6, baud, "Invalid baud rate: " + std::to_string(baud) + "\n", memory);
   for (const int port : {-1, 6})
-    expect_no_port(port, 9600, "serOpen:calloc():: Cannot allocate memory\n", memory);
+    expect_no_port(port, 9600, "serOpen:calloc():" + system_words(ENOMEM), memory);
   expect_no_port(number, 9600, "serOpen:fcntl():: Operation not permitted\n", flags);
-  expect_no_port(number, 9600, "serOpen:tcsetattr():: Input/output error\n", settings);
+  expect_no_port(number, 9600, "serOpen:tcsetattr():" + system_words(EIO), settings);
 }
 
 TEST_F(Serial, SettingsAreAppliedAndPutBack) {
@@ -197,7 +199,7 @@ TEST_F(Serial, ConsoleIsStandardInputAndStaysOpen) {
   EXPECT_EQ(serRecvTimeout(port.get(), 0), 256);
   port.reset();
   EXPECT_EQ(parts(at_line()), before);
-  expect_no_port(-1, 0, "serOpen:tcsetattr():: Input/output error\n", settings);
+  expect_no_port(-1, 0, "serOpen:tcsetattr():" + system_words(EIO), settings);
   EXPECT_NE(std::freopen("/dev/null", "r", stdin), nullptr);
   expect_no_port(-1, 0, "Not a terminal!\n", none);
 }
@@ -271,8 +273,7 @@ TEST_F(Serial, SpeedChangesUntilTheLineHasGone) {
   EXPECT_EQ(std::tuple(serRecv(port.get()), serRecvTimeout(port.get(), 2000)), std::tuple(-1, -1));
   EXPECT_EQ(std::tuple(serSend(port.get(), 1), serTxWait(port.get())), std::tuple(-1, -1));
   EXPECT_EQ(serSetBaud(port.get(), 19200), -1);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(),
-            "serSetBaud:tcsetattr():: Input/output error\n");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "serSetBaud:tcsetattr():" + system_words(EIO));
   EXPECT_EQ(std::tuple(port->speed, ::cfgetospeed(&port->tio)), std::tuple(B19200, B19200));
   serClose(nullptr);
 }
@@ -338,8 +339,8 @@ TEST_F(Line, WhatCannotBeOpenedByPathIsSaid) {
       {path, {9600, 8, 'E', 3}, -1, memory, "Invalid stop bits: 3\n"},
       {path, {}, 256, memory, "Invalid time-out: 256\n"},
       {path, {}, -1, memory, "Invalid time-out: -1\n"},
-      {path, {}, 0, memory, "serOpen:calloc():: Cannot allocate memory\n"},
-      {path, {}, 0, settings, "serOpen:tcsetattr():: Input/output error\n"},
+      {path, {}, 0, memory, "serOpen:calloc():" + system_words(ENOMEM)},
+      {path, {}, 0, settings, "serOpen:tcsetattr():" + system_words(EIO)},
       {long_path, {}, 0, none, "serOpen:Path longer than 87 characters: " + long_path + "\n"},
       {missing, {}, 0, none, "serOpen:Error trying to open " + missing + no_file},
       {fifo, {}, 0, none, "Not a terminal: " + fifo + "\n"},

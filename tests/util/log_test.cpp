@@ -25,15 +25,21 @@ std::string echoes_of(int priorities, const std::function<void()>& call) {
   return written + testing::internal::GetCapturedStderr();
 }
 
+#ifdef __GLIBC__
+constexpr std::size_t longest_logged = 1023;
+#else  // other systems cut a line that is longer, its header included
+constexpr std::size_t longest_logged = 1024 - sizeof "<14>Jan  1 00:00:00 test: ";
+#endif
+
 TEST(Log, MessagesGoWhereTheCallSaysAtItsPriority) {
-  const std::string longest(1023, 'x');
+  const std::string longest(1023, 'x'), logged = longest.substr(0, longest_logged) + "\n";
   // The call, its priority, and what goes to standard output and to the system log.
   const std::tuple<std::function<void()>, int, std::string, std::string> cases[] = {
       {[] { SysLogS("%s %d", "quiet", 5); }, LOG_INFO, "", "quiet 5\n"},
       {[] { SysLogP(LOG_PRIORITY_ERR, "%s", "end\r\n"); }, LOG_ERR, "end\r\n", "end\r\n"},
       {[] { SysLog("%s%%", "%s %n %5"); }, LOG_INFO, "%s %n %5%", "%s %n %5%\n"},
-      {[&] { SysLogP(5, "%s", longest.c_str()); }, LOG_NOTICE, longest, longest + "\n"},
-      {[&] { SysLogS("%s%s", longest.c_str(), "yz"); }, LOG_INFO, "", longest + "\n"},
+      {[&] { SysLogP(5, "%s", longest.c_str()); }, LOG_NOTICE, longest, logged},
+      {[&] { SysLogS("%s%s", longest.c_str(), "yz"); }, LOG_INFO, "", logged},
   };
   for (const auto& [call, priority, standard_output, system_log] : cases) {
     const int mask = LOG_MASK(priority);

@@ -1,5 +1,6 @@
 #include "ruvex/util/shared_memory.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <sys/mount.h>
@@ -7,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstring>
 #include <fstream>
@@ -23,12 +25,13 @@ extern "C" int __wrap_shm_open(const char* name, int flags, mode_t mode) {
     std::ofstream(std::string("/dev/shm") + name) << std::exchange(race, nullptr);
   return __real_shm_open(name, flags, mode);
 }
-extern "C" int __real_posix_fallocate64(int fd, off_t start, off_t size);
 extern "C" int __wrap_posix_fallocate64(int fd, off_t start, off_t size) {
   signals = 0;
   ::raise(SIGUSR1);  // some kernels then give up
-  return signals != 0 ? EINTR : __real_posix_fallocate64(fd, start, size);
+  if (signals != 0) return EINTR;
+  return ::fallocate(fd, 0, start, size) == 0 ? 0 : errno;
 }
+extern "C" [[gnu::alias("__wrap_posix_fallocate64")]] int __wrap_posix_fallocate(int, off_t, off_t);
 
 namespace {
 
