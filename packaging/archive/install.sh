@@ -28,7 +28,7 @@ done
 
 # Folders from the top down, so that what was made is known even if the next one cannot be.
 made=
-[ -d "$prefix" ] || { mkdir -m 755 "$prefix" && made=./; }
+[ -d "$prefix" ] || { mkdir -m 755 "$prefix"; made=./; }
 make_folder() { # below PREFIX
   [ ! -d "$prefix/$1" ] || return 0
   case $1 in */*) make_folder "${1%/*}" ;; esac
