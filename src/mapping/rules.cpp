@@ -18,9 +18,13 @@ std::string_view first(std::string_view text, std::size_t count) noexcept {
   return {text.data(), count};
 }
 
-std::string_view without_trailing_blanks(std::string_view text) noexcept {
-  while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
-  return text;
+// Adds a field that is not empty. The first keeps the blanks at its end, the others lose them.
+void add_field(mapping_line& split, const char* begin, const char* end) noexcept {
+  if (begin == end) return;
+  if (split.count > 0) {
+    while (end != begin && end[-1] == ' ') --end;
+  }
+  split.fields[split.count++] = {begin, static_cast<std::size_t>(end - begin)};
 }
 
 }  // namespace
@@ -32,21 +36,13 @@ mapping_line split_mapping_line(std::string_view line) noexcept {
   // Up to the last separator, usually the newline, a field needs no look-out for the end.
   const char* last = end;
   while (last != at && !is_separator(last[-1])) --last;
-  std::size_t count = 0;
-  while (count < max_mapping_fields && at != end) {
+  while (split.count < max_mapping_fields && at != last) {
     const char* const begin = at;
-    if (at == last) {
-      at = end;
-    } else {
-      while (!is_separator(*at)) ++at;
-    }
-    if (at != begin) split.fields[count++] = {begin, static_cast<std::size_t>(at - begin)};
-    if (at != end) ++at;
+    while (!is_separator(*at)) ++at;
+    add_field(split, begin, at);
+    ++at;
   }
-  for (std::size_t field = 1; field < count; ++field) {
-    split.fields[field] = without_trailing_blanks(split.fields[field]);
-  }
-  split.count = count;
+  if (split.count < max_mapping_fields) add_field(split, last, end);
   return split;
 }
 
