@@ -21,7 +21,7 @@
 
 #include "ruvex/serial/rs485.h"
 #include "support/failing_allocations.h"
-#include "support/system_words.h"
+#include "support/c_library.h"
 
 namespace ruvex {
 

@@ -27,7 +27,7 @@
 #include "ruvex/socket/connect.h"
 #include "ruvex/socket/options.h"
 #include "ruvex/socket/transfer.h"
-#include "support/system_words.h"
+#include "support/c_library.h"
 
 namespace ruvex {
 

@@ -200,11 +200,8 @@ TEST_F(Sockets, OperationsChangeWhatTheyAreForAndNothingElse) {
   const std::string in_use = "bind()" + system_words(EADDRINUSE), none = "Socket not connected\n",
                     no_accept = ":accept()" + system_words(EOPNOTSUPP),
                     no_length = ": Invalid argument\n", no_recv = "-1 Socket::Recv():recvfrom()",
-#ifdef __GLIBC__
-                    unopened = "-1 ",
-#else  // fdopen() takes any descriptor
-                    unopened = "0 fin=1 fout=1 ",
-#endif
+                    // Some fdopen() takes any descriptor.
+      unopened = has_glibc ? "-1 " : "0 fin=1 fout=1 ",
                     // A loopback address of this process alone.
       own = in_addr_to_string(htonl(0x7F000000U + static_cast<unsigned>(::getpid())));
   EXPECT_EQ(outcome([&] { return CreateAfInetServer(SOCK_STREAM, nullptr, port); }),

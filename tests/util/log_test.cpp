@@ -7,6 +7,7 @@
 #include <tuple>
 
 #include "gtest/gtest.h"
+#include "support/c_library.h"
 
 namespace ruvex {
 namespace {
@@ -25,11 +26,9 @@ std::string echoes_of(int priorities, const std::function<void()>& call) {
   return written + testing::internal::GetCapturedStderr();
 }
 
-#ifdef __GLIBC__
-constexpr std::size_t longest_logged = 1023;
-#else  // other systems cut a line that is longer, its header included
-constexpr std::size_t longest_logged = 1024 - sizeof "<14>Jan  1 00:00:00 test: ";
-#endif
+// Some cut a line that is longer, its header included.
+constexpr std::size_t longest_logged =
+    has_glibc ? 1023 : 1024 - sizeof "<14>Jan  1 00:00:00 test: ";
 
 TEST(Log, MessagesGoWhereTheCallSaysAtItsPriority) {
   const std::string longest(1023, 'x'), logged = longest.substr(0, longest_logged) + "\n";

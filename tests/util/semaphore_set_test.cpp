@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "support/system_words.h"
+#include "support/c_library.h"
 
 namespace ruvex {
 namespace {
