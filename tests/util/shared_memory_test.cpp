@@ -14,6 +14,8 @@
 #include <fstream>
 #include <string>
 
+#include "support/c_library.h"
+
 namespace ruvex {
 
 static const char* race = nullptr;  // what another makes of the object just before it is opened
@@ -25,11 +27,14 @@ extern "C" int __wrap_shm_open(const char* name, int flags, mode_t mode) {
     std::ofstream(std::string("/dev/shm") + name) << std::exchange(race, nullptr);
   return __real_shm_open(name, flags, mode);
 }
+extern "C" int __real_posix_fallocate(int fd, off_t start, off_t size);
+extern "C" int __real_posix_fallocate64(int fd, off_t start, off_t size);
 extern "C" int __wrap_posix_fallocate64(int fd, off_t start, off_t size) {
   signals = 0;
   ::raise(SIGUSR1);  // some kernels then give up
   if (signals != 0) return EINTR;
-  return ::fallocate(fd, 0, start, size) == 0 ? 0 : errno;
+  if constexpr (has_glibc) return __real_posix_fallocate64(fd, start, size);
+  return __real_posix_fallocate(fd, start, size);
 }
 extern "C" [[gnu::alias("__wrap_posix_fallocate64")]] int __wrap_posix_fallocate(int, off_t, off_t);
 
