@@ -20,8 +20,8 @@
 #include <utility>
 
 #include "ruvex/serial/rs485.h"
-#include "support/failing_allocations.h"
 #include "support/c_library.h"
+#include "support/failing_allocations.h"
 
 namespace ruvex {
 
