@@ -4,6 +4,8 @@ flood.py PROGRAM...: PROGRAM is ruvexctl and what starts it.
 
 Nobody reads what serve prints until the end. Then every line is there, or counted as dropped.
 """
+import atexit
+import contextlib
 import os
 import re
 import resource
@@ -34,6 +36,7 @@ class Server:
              f"--max-clients={MOST_CLIENTS}", "flood.csv"],
             stdout=subprocess.PIPE, stderr=subprocess.PIPE, bufsize=0,
             env={**os.environ, "ASAN_OPTIONS": options})
+        atexit.register(self.process.kill)
         self.port = int(self.process.stdout.readline().rsplit(b":", 1)[1])
         self.proc = f"/proc/{self.process.pid}"
 
@@ -130,6 +133,24 @@ def attack(server, good):
         peer.close()
 
 
+def late_answers_are_right(server, good):
+    """Of a client that asks until the server waits for it, if it ever does, and only then reads."""
+    with server.connect(most_unread=4096) as peer:
+        peer.setsockopt(socket.SOL_SOCKET, socket.SO_SNDBUF, 4096)
+        peer.settimeout(1)
+        sent = 0
+        with contextlib.suppress(TimeoutError):
+            while sent < 5 * len(FLOOD):
+                sent += peer.send(FLOOD[sent % len(READ):])
+        good.turn()
+        peer.settimeout(10)
+        words = struct.pack(f">{REGISTERS}H", *range(good.turns, good.turns + REGISTERS))
+        head = struct.pack(">HHHBBB", 1, 0, 2 * REGISTERS + 3, 1, 3, 2 * REGISTERS)
+        with peer.makefile("rb") as reader:
+            answers = [reader.read(len(head + words)) for _ in range(sent // len(READ))]
+        return all(answer.startswith(head) for answer in answers) and answers[-1] == head + words
+
+
 def lines_told(text, pattern):
     """Lines of a pattern, and those that were dropped."""
     dropped = re.findall(r"^lines that nobody was there to read: (\d+)$", text, re.MULTILINE)
@@ -166,6 +187,7 @@ def main():
     print("descriptors are given back:", server.descriptors() == descriptors)
     if not is_prompt or grown >= MOST_MEMORY_KB:
         print(f"{good.turns} turns, {grown} kB, waits of", *waits[-10:], file=sys.stderr)
+    print("answers that are read late:", late_answers_are_right(server, good))
     end(server, good)
 
 
